@@ -1,0 +1,123 @@
+// VorelCommon: start-up of the common part of a LibContext, accounted allocation, the GPKI
+// module table, and two small text helpers.
+//
+// Accounting lives in the context's two common words: word 0 counts the live blocks and word 1
+// their bytes (modulo 2^32). Each block carries a 16-byte header with its size so that V_free
+// can take it off the count; the header keeps the payload 16-byte aligned.
+#include <vorelcrypto/common.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+
+namespace {
+
+constexpr size_t kHeader = 16;
+
+thread_local uint32_t t_failCallocCountdown = 0;
+thread_local bool t_failInit = false;
+
+GpkiFunctionTable g_gpki{};  // slot 0 null: no GPKI module
+std::mutex g_gpkiLock;
+
+int hexValue(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+
+}  // namespace
+
+extern "C" {
+
+int32_t V_VCOInit(LibContext *ctx) {
+    if (ctx == nullptr || t_failInit) return 1;
+    ctx->commonStarted = 1;
+    return 0;
+}
+
+void V_VCOTerm(LibContext *ctx) {
+    if (ctx != nullptr) ctx->commonStarted = 0;
+}
+
+void *V_calloc(LibContext *ctx, uint32_t count, uint32_t size) {
+    if (t_failCallocCountdown != 0 && --t_failCallocCountdown == 0) return nullptr;
+    uint64_t bytes = uint64_t(count) * size;
+    if (bytes > UINT32_MAX) return nullptr;
+    auto *block = static_cast<uint8_t *>(std::calloc(1, kHeader + size_t(bytes)));
+    if (block == nullptr) return nullptr;
+    std::memcpy(block, &bytes, sizeof bytes);
+    if (ctx != nullptr) {
+        ctx->common[0] += 1;
+        ctx->common[1] += uint32_t(bytes);
+    }
+    return block + kHeader;
+}
+
+void V_free(LibContext *ctx, void *pointer) {
+    if (pointer == nullptr) return;
+    uint8_t *block = static_cast<uint8_t *>(pointer) - kHeader;
+    uint64_t bytes;
+    std::memcpy(&bytes, block, sizeof bytes);
+    if (ctx != nullptr) {
+        ctx->common[0] -= 1;
+        ctx->common[1] -= uint32_t(bytes);
+    }
+    std::free(block);
+}
+
+GpkiFunctionTable *V_GetGPKIFunc(LibContext *) {
+    return &g_gpki;
+}
+
+void V_SetGPKIFuncTable(const GpkiFunctionTable *table) {
+    std::lock_guard<std::mutex> lock(g_gpkiLock);
+    if (table != nullptr)
+        g_gpki = *table;
+    else
+        g_gpki = GpkiFunctionTable{};
+}
+
+void V_GetAllocStats(const LibContext *ctx, uint32_t *liveBlocks, uint32_t *liveBytes) {
+    if (liveBlocks != nullptr) *liveBlocks = ctx != nullptr ? ctx->common[0] : 0;
+    if (liveBytes != nullptr) *liveBytes = ctx != nullptr ? ctx->common[1] : 0;
+}
+
+void V_FailNthCalloc(uint32_t n) {
+    t_failCallocCountdown = n;
+}
+
+void V_FailVCOInit(int32_t fail) {
+    t_failInit = fail != 0;
+}
+
+int32_t V_str2bin(const char *text, uint8_t *out, uint32_t *outLength) {
+    if (text == nullptr || out == nullptr || outLength == nullptr) return -1;
+    size_t digits = std::strlen(text);
+    if (digits % 2 != 0 || digits / 2 > *outLength) return -1;
+    for (size_t i = 0; i < digits; i += 2) {
+        int hi = hexValue(text[i]), lo = hexValue(text[i + 1]);
+        if (hi < 0 || lo < 0) return -1;
+        out[i / 2] = uint8_t(hi << 4 | lo);
+    }
+    *outLength = uint32_t(digits / 2);
+    return 0;
+}
+
+char *V_strtok_r(char *text, const char *delimiters, char **saveptr) {
+    if (delimiters == nullptr || saveptr == nullptr) return nullptr;
+    char *s = text != nullptr ? text : *saveptr;
+    if (s == nullptr) return nullptr;
+    s += std::strspn(s, delimiters);
+    if (*s == '\0') {
+        *saveptr = s;
+        return nullptr;
+    }
+    char *end = s + std::strcspn(s, delimiters);
+    if (*end != '\0') *end++ = '\0';
+    *saveptr = end;
+    return s;
+}
+
+}  // extern "C"

@@ -1,0 +1,12 @@
+// The provider's process-wide error variable.
+#pragma once
+
+#include <cstdint>
+
+namespace vc::csp {
+
+// Records a failure reason (reason + 2000 when below 1000) and returns -1, the value every
+// failing provider function returns.
+int32_t SetProviderError(int32_t reason);
+
+}  // namespace vc::csp

@@ -1,0 +1,14 @@
+/* VorelCrypto: the whole C interface. Each family header may also be included alone. */
+#ifndef VORELCRYPTO_H
+#define VORELCRYPTO_H
+
+#include <vorelcrypto/types.h>
+#include <vorelcrypto/common.h>
+#include <vorelcrypto/frame.h>
+#include <vorelcrypto/csp.h>
+#include <vorelcrypto/hash.h>
+#include <vorelcrypto/bignum.h>
+#include <vorelcrypto/cipher.h>
+#include <vorelcrypto/random.h>
+
+#endif
