@@ -72,12 +72,13 @@ void compressPortable(uint32_t state[5], const uint8_t *data, size_t blocks) {
 // ---- SHA extensions ----
 
 #define VC_SHA_TARGET __attribute__((target("sha,sse4.1,ssse3")))
+#define VC_SHA_INLINE inline __attribute__((always_inline, target("sha,sse4.1,ssse3")))
 
 // Four rounds, group G of 20, with the four message vectors m rotating through their roles:
 // m[G%4] holds the words of group G-4 and is replaced by those of group G. `e` holds the
 // value that feeds the next group's E (the state before the previous group).
 template <int G, Source S>
-VC_SHA_TARGET inline void niGroup(__m128i &abcd, __m128i &e, __m128i (&m)[4], const uint8_t *data) {
+VC_SHA_INLINE void niGroup(__m128i &abcd, __m128i &e, __m128i (&m)[4], const uint8_t *data) {
     if constexpr (G < 4) {
         __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i *>(data + 16 * G));
         if constexpr (S == Source::BigEndianBytes)
@@ -93,15 +94,19 @@ VC_SHA_TARGET inline void niGroup(__m128i &abcd, __m128i &e, __m128i (&m)[4], co
     abcd = _mm_sha1rnds4_epu32(abcd, next, G / 5);
 }
 
+template <Source S, size_t... G>
+VC_SHA_INLINE void niBlock(__m128i &abcd, __m128i &e, __m128i (&m)[4], const uint8_t *data,
+                           std::index_sequence<G...>) {
+    (niGroup<int(G), S>(abcd, e, m, data), ...);
+}
+
 template <Source S>
 VC_SHA_TARGET void sha1Ni(uint32_t state[5], const uint8_t *data, size_t blocks) {
     __m128i abcd = _mm_shuffle_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i *>(state)), 0x1B);
     __m128i e0 = _mm_set_epi32(int(state[4]), 0, 0, 0);
     for (; blocks > 0; --blocks, data += 64) {
         __m128i abcdSaved = abcd, eSaved = e0, e = e0, m[4];
-        [&]<size_t... G>(std::index_sequence<G...>) {
-            (niGroup<int(G), S>(abcd, e, m, data), ...);
-        }(std::make_index_sequence<20>{});
+        niBlock<S>(abcd, e, m, data, std::make_index_sequence<20>{});
         e0 = _mm_sha1nexte_epu32(e, eSaved);
         abcd = _mm_add_epi32(abcd, abcdSaved);
     }

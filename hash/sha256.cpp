@@ -65,11 +65,12 @@ void compressPortable(uint32_t state[8], const uint8_t *data, size_t blocks) {
 // ---- SHA extensions ----
 
 #define VC_SHA_TARGET __attribute__((target("sha,sse4.1,ssse3")))
+#define VC_SHA_INLINE inline __attribute__((always_inline, target("sha,sse4.1,ssse3")))
 
 // Four rounds, group G of 16. m[G%4] holds the message words of group G-4 and is replaced by
 // those of group G. The state is kept as the two halves ABEF and CDGH that the instructions use.
 template <int G>
-VC_SHA_TARGET inline void niGroup(__m128i &abef, __m128i &cdgh, __m128i (&m)[4], const uint8_t *data) {
+VC_SHA_INLINE void niGroup(__m128i &abef, __m128i &cdgh, __m128i (&m)[4], const uint8_t *data) {
     if constexpr (G < 4) {
         __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i *>(data + 16 * G));
         m[G] = _mm_shuffle_epi8(x, _mm_set_epi64x(0x0c0d0e0f08090a0bLL, 0x0405060700010203LL));
@@ -83,6 +84,12 @@ VC_SHA_TARGET inline void niGroup(__m128i &abef, __m128i &cdgh, __m128i (&m)[4],
     abef = _mm_sha256rnds2_epu32(abef, cdgh, _mm_shuffle_epi32(k, 0x0E));
 }
 
+template <size_t... G>
+VC_SHA_INLINE void niBlock(__m128i &abef, __m128i &cdgh, __m128i (&m)[4], const uint8_t *data,
+                           std::index_sequence<G...>) {
+    (niGroup<int(G)>(abef, cdgh, m, data), ...);
+}
+
 VC_SHA_TARGET void compressNi(uint32_t state[8], const uint8_t *data, size_t blocks) {
     __m128i dcba = _mm_loadu_si128(reinterpret_cast<const __m128i *>(state));
     __m128i hgfe = _mm_loadu_si128(reinterpret_cast<const __m128i *>(state + 4));
@@ -92,9 +99,7 @@ VC_SHA_TARGET void compressNi(uint32_t state[8], const uint8_t *data, size_t blo
     __m128i cdgh = _mm_blend_epi16(efgh, cdab, 0xF0);
     for (; blocks > 0; --blocks, data += 64) {
         __m128i abefSaved = abef, cdghSaved = cdgh, m[4];
-        [&]<size_t... G>(std::index_sequence<G...>) {
-            (niGroup<int(G)>(abef, cdgh, m, data), ...);
-        }(std::make_index_sequence<16>{});
+        niBlock(abef, cdgh, m, data, std::make_index_sequence<16>{});
         abef = _mm_add_epi32(abef, abefSaved);
         cdgh = _mm_add_epi32(cdgh, cdghSaved);
     }
