@@ -31,7 +31,7 @@ inline uint32_t loadWord(const void *block, int i) {
 // Step T of 80 on the five working words held in v (rotating roles, so no moves), with the
 // message schedule kept as a rolling window of 16 words. SHA-0 lacks the one-bit rotation.
 template <int T, bool Sha1>
-inline void step(uint32_t (&v)[5], uint32_t (&w)[16]) {
+VC_ALWAYS_INLINE void step(uint32_t (&v)[5], uint32_t (&w)[16]) {
     uint32_t &a = v[(80 - T) % 5], &b = v[(81 - T) % 5], &c = v[(82 - T) % 5];
     uint32_t &d = v[(83 - T) % 5], &e = v[(84 - T) % 5];
     if constexpr (T >= 16) {

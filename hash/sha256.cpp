@@ -33,7 +33,7 @@ constexpr uint32_t kInit[8] = {0x6a09e667, 0xbb67ae85, 0x3c6ef372, 0xa54ff53a,
 // Round T of 64 on the working words v (roles rotate, so no moves) with a rolling 16-word
 // message schedule.
 template <int T>
-inline void round(uint32_t (&v)[8], uint32_t (&w)[16]) {
+VC_ALWAYS_INLINE void round(uint32_t (&v)[8], uint32_t (&w)[16]) {
     if constexpr (T >= 16) {
         uint32_t w15 = w[(T - 15) & 15], w2 = w[(T - 2) & 15];
         uint32_t s0 = rotr32(w15, 7) ^ rotr32(w15, 18) ^ (w15 >> 3);

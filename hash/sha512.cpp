@@ -10,7 +10,7 @@
 namespace vc::hash {
 namespace {
 
-constexpr uint64_t kK[80] = {
+alignas(16) constexpr uint64_t kK[80] = {
     0x428a2f98d728ae22, 0x7137449123ef65cd, 0xb5c0fbcfec4d3b2f, 0xe9b5dba58189dbbc, 0x3956c25bf348b538,
     0x59f111f1b605d019, 0x923f82a4af194f9b, 0xab1c5ed5da6d8118, 0xd807aa98a3030242, 0x12835b0145706fbe,
     0x243185be4ee4b28c, 0x550c7dc3d5ffb4e2, 0x72be5d74f27b896f, 0x80deb1fe3b1696b1, 0x9bdc06a725c71235,
@@ -44,38 +44,81 @@ inline void setStateWord(Sha512Context *ctx, int i, uint64_t v) {
     ctx->state[2 * i + 1] = uint32_t(v >> 32);
 }
 
-// Round T of 80 on the working words v (roles rotate, so no moves) with a rolling 16-word
-// message schedule.
+// Two message words side by side: the schedule computes W[t] and W[t+1] together (W[t+1]
+// needs nothing newer than W[t-1]), in vector registers beside the scalar rounds.
+using Pair = uint64_t __attribute__((vector_size(16)));
+
+inline Pair loadPair(const uint64_t *p) {
+    Pair v;
+    std::memcpy(&v, p, 16);
+    return v;
+}
+inline void storePair(uint64_t *p, Pair v) { std::memcpy(p, &v, 16); }
+inline Pair rotrPair(Pair x, int n) { return (x >> n) | (x << (64 - n)); }
+
+// W[t], W[t+1] and their sums with the round constants, from the 16 words before them.
+VC_ALWAYS_INLINE void schedulePair(uint64_t *w, uint64_t *wk, int t) {
+    Pair w15 = loadPair(w + t - 15), w2 = loadPair(w + t - 2);
+    Pair s0 = rotrPair(w15, 1) ^ rotrPair(w15, 8) ^ (w15 >> 7);
+    Pair s1 = rotrPair(w2, 19) ^ rotrPair(w2, 61) ^ (w2 >> 6);
+    Pair x = loadPair(w + t - 16) + s0 + loadPair(w + t - 7) + s1;
+    storePair(w + t, x);
+    storePair(wk + t, x + loadPair(kK + t));
+}
+
+// Round T of 80 on the working words v (roles rotate, so no moves). `ab` carries a ^ b into
+// the next round, where it is that round's b ^ c, so that Maj costs two operations. Every
+// second round also computes the schedule pair that round T + 16 will need.
 template <int T>
-inline void round(uint64_t (&v)[8], uint64_t (&w)[16]) {
-    if constexpr (T >= 16) {
-        uint64_t w15 = w[(T - 15) & 15], w2 = w[(T - 2) & 15];
-        uint64_t s0 = rotr64(w15, 1) ^ rotr64(w15, 8) ^ (w15 >> 7);
-        uint64_t s1 = rotr64(w2, 19) ^ rotr64(w2, 61) ^ (w2 >> 6);
-        w[T & 15] += s0 + s1 + w[(T - 7) & 15];
-    }
+VC_ALWAYS_INLINE void round(uint64_t (&v)[8], uint64_t &ab, uint64_t *w, uint64_t *wk) {
+    if constexpr (T % 2 == 0 && T + 16 < 80) schedulePair(w, wk, T + 16);
     uint64_t &a = v[(80 - T) % 8], &b = v[(81 - T) % 8], &c = v[(82 - T) % 8];
     uint64_t &d = v[(83 - T) % 8], &e = v[(84 - T) % 8], &f = v[(85 - T) % 8];
     uint64_t &g = v[(86 - T) % 8], &h = v[(87 - T) % 8];
-    uint64_t t1 = h + (rotr64(e, 14) ^ rotr64(e, 18) ^ rotr64(e, 41)) + (g ^ (e & (f ^ g))) + kK[T] +
-                  w[T & 15];
-    uint64_t t2 = (rotr64(a, 28) ^ rotr64(a, 34) ^ rotr64(a, 39)) + ((a & b) | (c & (a | b)));
+    (void)c;
+    uint64_t t1 = h + (rotr64(e, 14) ^ rotr64(e, 18) ^ rotr64(e, 41)) + (g ^ (e & (f ^ g))) + wk[T];
+    uint64_t bc = ab;
+    ab = a ^ b;
+    uint64_t t2 = (rotr64(a, 28) ^ rotr64(a, 34) ^ rotr64(a, 39)) + (b ^ (ab & bc));
     d += t1;
     h = t1 + t2;
 }
 
-void compress(Sha512Context *ctx, const uint8_t *data, size_t blocks) {
-    uint64_t s[8];
-    for (int i = 0; i < 8; ++i) s[i] = stateWord(ctx, i);
+template <size_t... T>
+VC_ALWAYS_INLINE void rounds(uint64_t (&v)[8], uint64_t *w, uint64_t *wk, std::index_sequence<T...>) {
+    uint64_t ab = v[1] ^ v[2];  // b ^ c of round 0
+    (round<int(T)>(v, ab, w, wk), ...);
+}
+
+VC_ALWAYS_INLINE void compressBlocks(uint64_t s[8], const uint8_t *data, size_t blocks) {
     for (; blocks > 0; --blocks, data += 128) {
-        uint64_t w[16], v[8];
-        for (int i = 0; i < 16; ++i) w[i] = load64be(data + 8 * i);
+        alignas(16) uint64_t w[80], wk[80];
+        uint64_t v[8];
+        for (int i = 0; i < 16; ++i) {
+            w[i] = load64be(data + 8 * i);
+            wk[i] = w[i] + kK[i];
+        }
         for (int i = 0; i < 8; ++i) v[i] = s[i];
-        [&]<size_t... T>(std::index_sequence<T...>) {
-            (round<int(T)>(v, w), ...);
-        }(std::make_index_sequence<80>{});
+        rounds(v, w, wk, std::make_index_sequence<80>{});
         for (int i = 0; i < 8; ++i) s[i] += v[i];
     }
+}
+
+// The same code twice: for any x86-64, and for processors with BMI2 and AVX, where
+// non-destructive rotations and three-operand vector instructions save many moves.
+void compressBaseline(uint64_t s[8], const uint8_t *data, size_t blocks) { compressBlocks(s, data, blocks); }
+__attribute__((target("bmi2,avx"))) void compressBmi2(uint64_t s[8], const uint8_t *data, size_t blocks) {
+    compressBlocks(s, data, blocks);
+}
+
+void compress(Sha512Context *ctx, const uint8_t *data, size_t blocks) {
+    static const bool bmi2 = __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("avx");
+    uint64_t s[8];
+    for (int i = 0; i < 8; ++i) s[i] = stateWord(ctx, i);
+    if (bmi2)
+        compressBmi2(s, data, blocks);
+    else
+        compressBaseline(s, data, blocks);
     for (int i = 0; i < 8; ++i) setStateWord(ctx, i, s[i]);
 }
 
