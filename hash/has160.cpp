@@ -59,12 +59,22 @@ template <unsigned... I>
     (step<I>(v[0], v[1], v[2], v[3], v[4], x), ...);
 }
 
-void compress(uint32_t *state, const uint8_t *block) {
-    uint32_t x[20];
-    for (unsigned i = 0; i < 16; ++i) x[i] = load32le(block + 4 * i);
+// Copies each of `blocks` input blocks into the buffer and compresses it there, keeping the
+// chaining words in registers between blocks. With no input, compresses the buffer once.
+void compress(uint32_t *state, uint8_t *buffer, const uint8_t *data = nullptr, uint32_t blocks = 1) {
     uint32_t v[5] = {state[0], state[1], state[2], state[3], state[4]};
-    allSteps(v, x, std::make_integer_sequence<unsigned, 80>());
-    for (unsigned i = 0; i < 5; ++i) state[i] += v[i];
+    for (; blocks > 0; --blocks) {
+        if (data != nullptr) {
+            std::memcpy(buffer, data, 64);
+            data += 64;
+        }
+        uint32_t x[20];
+        for (unsigned i = 0; i < 16; ++i) x[i] = load32le(buffer + 4 * i);
+        const uint32_t start[5] = {v[0], v[1], v[2], v[3], v[4]};
+        allSteps(v, x, std::make_integer_sequence<unsigned, 80>());
+        for (unsigned i = 0; i < 5; ++i) v[i] += start[i];
+    }
+    for (unsigned i = 0; i < 5; ++i) state[i] = v[i];
 }
 
 }  // namespace
@@ -98,11 +108,8 @@ VC_API void E_HAS160_Update(Has160Context *context, const uint8_t *data, uint32_
         data += room;
         length -= room;
     }
-    for (; length >= 64; data += 64, length -= 64) {
-        std::memcpy(context->buffer, data, 64);
-        compress(context->state, context->buffer);
-    }
-    std::memcpy(context->buffer, data, length);
+    if (length >= 64) compress(context->state, context->buffer, data, length / 64);
+    std::memcpy(context->buffer, data + (length & ~63u), length & 63);
 }
 
 VC_API void E_HAS160_Final(Has160Context *context, uint8_t *digest) {

@@ -27,16 +27,18 @@ constexpr unsigned wordIndex(unsigned i) {
 template <unsigned Round>
 [[gnu::always_inline]] inline uint32_t mix(uint32_t b, uint32_t c, uint32_t d) {
     if constexpr (Round == 0) return d ^ (b & (c ^ d));  // F: b ? c : d
-    else if constexpr (Round == 1) return (b & c) | (d & (b | c));  // G: majority
-    else return b ^ c ^ d;  // H
+    else if constexpr (Round == 1) return (c & d) | (b & (c | d));  // G: majority
+    else return c ^ d ^ b;  // H
 }
 
-// One step; the roles rotate so that the next step updates the word that was d.
+// One step; the roles rotate so that the next step updates the word that was d. The newest
+// word, b, enters the boolean function last so that the rest can be computed ahead of it.
 template <unsigned I>
 [[gnu::always_inline]] inline void step(uint32_t &a, uint32_t &b, uint32_t &c, uint32_t &d,
-                                        const uint32_t *x) {
+                                        const uint8_t *block) {
     constexpr unsigned round = I / 16;
-    uint32_t t = rotl32(a + mix<round>(b, c, d) + x[wordIndex(I)] + kRoundConstant[round],
+    uint32_t x = load32le(block + 4 * wordIndex(I));
+    uint32_t t = rotl32(a + x + kRoundConstant[round] + mix<round>(b, c, d),
                         kShift[round][I % 4]);
     a = d;
     d = c;
@@ -45,17 +47,20 @@ template <unsigned I>
 }
 
 template <unsigned... I>
-[[gnu::always_inline]] inline void allSteps(uint32_t *v, const uint32_t *x,
+[[gnu::always_inline]] inline void allSteps(uint32_t *v, const uint8_t *block,
                                             std::integer_sequence<unsigned, I...>) {
-    (step<I>(v[0], v[1], v[2], v[3], x), ...);
+    (step<I>(v[0], v[1], v[2], v[3], block), ...);
 }
 
-void compress(uint32_t *state, const uint8_t *block) {
-    uint32_t x[16];
-    for (unsigned i = 0; i < 16; ++i) x[i] = load32le(block + 4 * i);
+// Compresses consecutive 64-byte blocks, keeping the chaining words in registers between them.
+void compress(uint32_t *state, const uint8_t *data, uint32_t blocks = 1) {
     uint32_t v[4] = {state[0], state[1], state[2], state[3]};
-    allSteps(v, x, std::make_integer_sequence<unsigned, 48>());
-    for (unsigned i = 0; i < 4; ++i) state[i] += v[i];
+    for (; blocks > 0; --blocks, data += 64) {
+        const uint32_t start[4] = {v[0], v[1], v[2], v[3]};
+        allSteps(v, data, std::make_integer_sequence<unsigned, 48>());
+        for (unsigned i = 0; i < 4; ++i) v[i] += start[i];
+    }
+    for (unsigned i = 0; i < 4; ++i) state[i] = v[i];
 }
 
 constexpr uint8_t kPadding[64] = {0x80};
@@ -88,7 +93,9 @@ VC_API void E_MD4_Update(Md4Context *context, const uint8_t *data, uint32_t leng
     if (length >= room) {
         std::memcpy(context->buffer + fill, data, room);
         compress(context->state, context->buffer);
-        for (done = room; length - done >= 64; done += 64) compress(context->state, data + done);
+        uint32_t blocks = (length - room) / 64;
+        if (blocks > 0) compress(context->state, data + room, blocks);
+        done = room + 64 * blocks;
         fill = 0;
     }
     std::memcpy(context->buffer + fill, data + done, length - done);

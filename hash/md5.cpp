@@ -34,17 +34,19 @@ constexpr unsigned wordIndex(unsigned i) {
 template <unsigned Round>
 [[gnu::always_inline]] inline uint32_t mix(uint32_t b, uint32_t c, uint32_t d) {
     if constexpr (Round == 0) return d ^ (b & (c ^ d));  // F: b ? c : d
-    else if constexpr (Round == 1) return c ^ (d & (b ^ c));  // G: d ? b : c
-    else if constexpr (Round == 2) return b ^ c ^ d;  // H
+    else if constexpr (Round == 1) return (~d & c) + (d & b);  // G: d ? b : c
+    else if constexpr (Round == 2) return c ^ d ^ b;  // H
     else return c ^ (b | ~d);  // I
 }
 
-// One step; the roles rotate so that the next step updates the word that was d.
+// One step; the roles rotate so that the next step updates the word that was d. The newest
+// word, b, enters the boolean function last so that the rest can be computed ahead of it.
 template <unsigned I>
 [[gnu::always_inline]] inline void step(uint32_t &a, uint32_t &b, uint32_t &c, uint32_t &d,
-                                        const uint32_t *x) {
+                                        const uint8_t *block) {
     constexpr unsigned round = I / 16;
-    uint32_t t = b + rotl32(a + mix<round>(b, c, d) + x[wordIndex(I)] + kSine[I], kShift[round][I % 4]);
+    uint32_t x = load32le(block + 4 * wordIndex(I));
+    uint32_t t = b + rotl32(a + x + kSine[I] + mix<round>(b, c, d), kShift[round][I % 4]);
     a = d;
     d = c;
     c = b;
@@ -52,17 +54,25 @@ template <unsigned I>
 }
 
 template <unsigned... I>
-[[gnu::always_inline]] inline void allSteps(uint32_t *v, const uint32_t *x,
+[[gnu::always_inline]] inline void allSteps(uint32_t *v, const uint8_t *block,
                                             std::integer_sequence<unsigned, I...>) {
-    (step<I>(v[0], v[1], v[2], v[3], x), ...);
+    (step<I>(v[0], v[1], v[2], v[3], block), ...);
 }
 
-void compress(uint32_t *state, const uint8_t *block) {
-    uint32_t x[16];
-    for (unsigned i = 0; i < 16; ++i) x[i] = load32le(block + 4 * i);
+// Copies each of `blocks` input blocks into the buffer and compresses it there, keeping the
+// chaining words in registers between blocks. With no input, compresses the buffer once.
+void compress(uint32_t *state, uint8_t *buffer, const uint8_t *data = nullptr, uint32_t blocks = 1) {
     uint32_t v[4] = {state[0], state[1], state[2], state[3]};
-    allSteps(v, x, std::make_integer_sequence<unsigned, 64>());
-    for (unsigned i = 0; i < 4; ++i) state[i] += v[i];
+    for (; blocks > 0; --blocks) {
+        if (data != nullptr) {
+            std::memcpy(buffer, data, 64);
+            data += 64;
+        }
+        const uint32_t start[4] = {v[0], v[1], v[2], v[3]};
+        allSteps(v, buffer, std::make_integer_sequence<unsigned, 64>());
+        for (unsigned i = 0; i < 4; ++i) v[i] += start[i];
+    }
+    for (unsigned i = 0; i < 4; ++i) state[i] = v[i];
 }
 
 constexpr uint8_t kPadding[64] = {0x80};
@@ -92,11 +102,8 @@ void md5Update(Md5Context *context, const uint8_t *data, uint32_t length) {
         data += room;
         length -= room;
     }
-    for (; length >= 64; data += 64, length -= 64) {
-        std::memcpy(context->buffer, data, 64);
-        compress(context->state, context->buffer);
-    }
-    std::memcpy(context->buffer, data, length);
+    if (length >= 64) compress(context->state, context->buffer, data, length / 64);
+    std::memcpy(context->buffer, data + (length & ~63u), length & 63);
 }
 
 void md5Final(Md5Context *context, uint8_t *digest) {
