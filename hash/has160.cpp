@@ -2,6 +2,7 @@
 // little-endian: the buffer keeps message bytes in order and the bit count is stored low word
 // first at bytes 56..63 of the last block.
 #include "hash/hash_util.h"
+#include "hash/md5.h"  // the buffering rule it shares with MD5
 
 #include <vorelcrypto/hash.h>
 
@@ -61,7 +62,7 @@ template <unsigned... I>
 
 // Copies each of `blocks` input blocks into the buffer and compresses it there, keeping the
 // chaining words in registers between blocks. With no input, compresses the buffer once.
-void compress(uint32_t *state, uint8_t *buffer, const uint8_t *data = nullptr, uint32_t blocks = 1) {
+void compress(uint32_t *state, uint8_t *buffer, const uint8_t *data, uint32_t blocks) {
     uint32_t v[5] = {state[0], state[1], state[2], state[3], state[4]};
     for (; blocks > 0; --blocks) {
         if (data != nullptr) {
@@ -94,22 +95,7 @@ VC_API void E_HAS160_Init(Has160Context *context) {
 }
 
 VC_API void E_HAS160_Update(Has160Context *context, const uint8_t *data, uint32_t length) {
-    if (length == 0) return;
-    uint32_t fill = (context->countLow >> 3) & 63;
-    addBitCount(context->countLow, context->countHigh, length);
-    if (fill != 0) {
-        uint32_t room = 64 - fill;
-        if (length < room) {
-            std::memcpy(context->buffer + fill, data, length);
-            return;
-        }
-        std::memcpy(context->buffer + fill, data, room);
-        compress(context->state, context->buffer);
-        data += room;
-        length -= room;
-    }
-    if (length >= 64) compress(context->state, context->buffer, data, length / 64);
-    std::memcpy(context->buffer, data + (length & ~63u), length & 63);
+    absorbThroughBuffer(context, data, length, compress);
 }
 
 VC_API void E_HAS160_Final(Has160Context *context, uint8_t *digest) {
@@ -117,14 +103,14 @@ VC_API void E_HAS160_Final(Has160Context *context, uint8_t *digest) {
     context->buffer[fill] = 0x80;
     if (fill >= 56) {
         std::memset(context->buffer + fill + 1, 0, 63 - fill);
-        compress(context->state, context->buffer);
+        compress(context->state, context->buffer, nullptr, 1);
         std::memset(context->buffer, 0, 56);
     } else {
         std::memset(context->buffer + fill + 1, 0, 55 - fill);
     }
     store32le(context->buffer + 56, context->countLow);
     store32le(context->buffer + 60, context->countHigh);
-    compress(context->state, context->buffer);
+    compress(context->state, context->buffer, nullptr, 1);
     for (unsigned i = 0; i < 5; ++i) store32le(digest + 4 * i, context->state[i]);
 }
 

@@ -61,7 +61,7 @@ template <unsigned... I>
 
 // Copies each of `blocks` input blocks into the buffer and compresses it there, keeping the
 // chaining words in registers between blocks. With no input, compresses the buffer once.
-void compress(uint32_t *state, uint8_t *buffer, const uint8_t *data = nullptr, uint32_t blocks = 1) {
+void compress(uint32_t *state, uint8_t *buffer, const uint8_t *data, uint32_t blocks) {
     uint32_t v[4] = {state[0], state[1], state[2], state[3]};
     for (; blocks > 0; --blocks) {
         if (data != nullptr) {
@@ -88,22 +88,7 @@ void md5Init(Md5Context *context) {
 }
 
 void md5Update(Md5Context *context, const uint8_t *data, uint32_t length) {
-    if (length == 0) return;
-    uint32_t fill = (context->countLow >> 3) & 63;
-    addBitCount(context->countLow, context->countHigh, length);
-    if (fill != 0) {
-        uint32_t room = 64 - fill;
-        if (length < room) {
-            std::memcpy(context->buffer + fill, data, length);
-            return;
-        }
-        std::memcpy(context->buffer + fill, data, room);
-        compress(context->state, context->buffer);
-        data += room;
-        length -= room;
-    }
-    if (length >= 64) compress(context->state, context->buffer, data, length / 64);
-    std::memcpy(context->buffer, data + (length & ~63u), length & 63);
+    absorbThroughBuffer(context, data, length, compress);
 }
 
 void md5Final(Md5Context *context, uint8_t *digest) {
@@ -112,7 +97,7 @@ void md5Final(Md5Context *context, uint8_t *digest) {
     md5Update(context, kPadding, fill < 56 ? 56 - fill : 120 - fill);
     store32le(context->buffer + 56, low);
     store32le(context->buffer + 60, high);
-    compress(context->state, context->buffer);
+    compress(context->state, context->buffer, nullptr, 1);
     for (unsigned i = 0; i < 4; ++i) store32le(digest + 4 * i, context->state[i]);
 }
 

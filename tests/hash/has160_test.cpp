@@ -13,23 +13,18 @@ using vctest::toHex;
 namespace {
 
 TEST(Has160, PublishedVectors) {
-    struct Vector {
-        const char *text;
-        size_t repeat;
-        const char *digest;
-    };
     static const Vector kVectors[] = {
-        {"", 1, "307964ef34151d37c8047adec7ab50f4ff89762d"},
-        {"a", 1, "4872bcbc4cd0f0a9dc7c2f7045e5b43b6c830db8"},
-        {"abc", 1, "975e810488cf2a3d49838478124afce4b1c78804"},
-        {"message digest", 1, "2338dbc8638d31225f73086246ba529f96710bc6"},
-        {"abcdefghijklmnopqrstuvwxyz", 1, "596185c9ab6703d0d0dbb98702bc0f5729cd1d3c"},
-        {"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789", 1,
+        {"has160", "", 1, "307964ef34151d37c8047adec7ab50f4ff89762d"},
+        {"has160", "a", 1, "4872bcbc4cd0f0a9dc7c2f7045e5b43b6c830db8"},
+        {"has160", "abc", 1, "975e810488cf2a3d49838478124afce4b1c78804"},
+        {"has160", "message digest", 1, "2338dbc8638d31225f73086246ba529f96710bc6"},
+        {"has160", "abcdefghijklmnopqrstuvwxyz", 1, "596185c9ab6703d0d0dbb98702bc0f5729cd1d3c"},
+        {"has160", "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789", 1,
          "cb5d7efbca2f02e0fb7167cabb123af5795764e5"},
-        {"1234567890", 8, "07f05c8c0773c55ca3a5a695ce6aca4c438911b5"},
-        {"a", 1000000, "d6ad6f0608b878da9b87999c2525cc84f4c9f18d"},
+        {"has160", "1234567890", 8, "07f05c8c0773c55ca3a5a695ce6aca4c438911b5"},
+        {"has160", "a", 1000000, "d6ad6f0608b878da9b87999c2525cc84f4c9f18d"},
     };
-    for (const Vector &v : kVectors) expectDigest(engine("has160"), repeated(v.text, v.repeat), v.digest);
+    expectVectors(kVectors);
 }
 
 uint32_t rotl(uint32_t x, unsigned n) { return n == 0 ? x : (x << n) | (x >> (32 - n)); }

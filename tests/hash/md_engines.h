@@ -40,4 +40,16 @@ Bytes repeated(std::string_view text, size_t repeat);
 // Expects the digest of `message` fed in one call, byte by byte and in three uneven pieces.
 void expectDigest(const Engine &e, const Bytes &message, const std::string &hex);
 
+// A published vector: the engine's digest of `text` repeated `repeat` times.
+struct Vector {
+    const char *engine, *text;
+    size_t repeat;
+    const char *digest;
+};
+
+template <size_t N>
+void expectVectors(const Vector (&vectors)[N]) {
+    for (const Vector &v : vectors) expectDigest(engine(v.engine), repeated(v.text, v.repeat), v.digest);
+}
+
 }  // namespace mdtest
