@@ -30,10 +30,12 @@ void md5(uint8_t *digest, const uint8_t *data, uint32_t length);
 // any record with countLow, countHigh, state and a 64-byte buffer; compress(state, buffer, data,
 // blocks) copies each block into the buffer before compressing it, and with no data compresses
 // the buffer as it stands.
-using BufferCompress = void (*)(uint32_t *state, uint8_t *buffer, const uint8_t *data, uint32_t blocks);
+using BufferCompress = void (*)(uint32_t *state, uint8_t *buffer, const uint8_t *data,
+                                uint32_t blocks);
 
 template <class Context>
-void absorbThroughBuffer(Context *context, const uint8_t *data, uint32_t length, BufferCompress compress) {
+void absorbThroughBuffer(Context *context, const uint8_t *data, uint32_t length,
+                         BufferCompress compress) {
     if (length == 0) return;
     uint32_t fill = (context->countLow >> 3) & 63;
     addBitCount(context->countLow, context->countHigh, length);

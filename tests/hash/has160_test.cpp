@@ -39,7 +39,8 @@ Bytes has160Model(const Bytes &message) {
     for (int i = 0; i < 8; ++i) m.push_back(uint8_t(bits >> (8 * i)));
 
     static const unsigned start[4] = {0, 3, 12, 7}, stride[4] = {1, 3, 9, 11};
-    static const unsigned rotA[20] = {5, 11, 7, 15, 6, 13, 8, 14, 7, 12, 9, 11, 8, 15, 6, 12, 9, 14, 5, 13};
+    static const unsigned rotA[20] = {5, 11, 7, 15, 6, 13, 8, 14, 7, 12,
+                                      9, 11, 8, 15, 6, 12, 9, 14, 5, 13};
     static const unsigned rotB[4] = {10, 17, 25, 30};
     static const uint32_t k[4] = {0, 0x5a827999, 0x6ed9eba1, 0x8f1bbcdc};
     uint32_t h[5] = {0x67452301, 0xefcdab89, 0x98badcfe, 0x10325476, 0xc3d2e1f0};
@@ -75,7 +76,8 @@ Bytes has160Model(const Bytes &message) {
 }
 
 TEST(Has160, ModelCheckedItself) {
-    EXPECT_EQ(toHex(has160Model(vctest::bytesOf("abc"))), "975e810488cf2a3d49838478124afce4b1c78804");
+    EXPECT_EQ(toHex(has160Model(vctest::bytesOf("abc"))),
+              "975e810488cf2a3d49838478124afce4b1c78804");
 }
 
 TEST(Has160, EveryShortLengthAgainstModel) {

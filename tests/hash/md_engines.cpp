@@ -9,9 +9,11 @@
 namespace mdtest {
 namespace {
 
-template <class Ctx, size_t N, void (*Init)(Ctx *), void (*Update)(Ctx *, const uint8_t *, uint32_t),
-          void (*Final)(Ctx *, uint8_t *), void (*OneShot)(uint8_t *, const uint8_t *, uint32_t)>
+template <class Ctx, size_t N, void (*Init)(Ctx *),
+          void (*Update)(Ctx *, const uint8_t *, uint32_t), void (*Final)(Ctx *, uint8_t *),
+          void (*OneShot)(uint8_t *, const uint8_t *, uint32_t)>
 struct Adapter {
+    static constexpr size_t kDigestLength = N;
     static Bytes oneShot(const uint8_t *data, uint32_t length) {
         Bytes digest(N);
         OneShot(digest.data(), data, length);
@@ -50,25 +52,32 @@ Bytes nettleMd2(const uint8_t *data, size_t length) {
     return digest;
 }
 
-template <class A>
-Engine make(const char *name, size_t n, Bytes (*oracle)(const uint8_t *, size_t)) {
-    return Engine{name, n, &A::oneShot, &A::pieces, oracle};
+Bytes opensslMd4(const uint8_t *data, size_t length) { return openssl("MD4", data, length); }
+Bytes opensslMd5(const uint8_t *data, size_t length) { return openssl("MD5", data, length); }
+Bytes opensslRipemd160(const uint8_t *data, size_t length) {
+    return openssl("RIPEMD160", data, length);
 }
 
-using vc::hash::Md5Context;
+template <class A>
+Engine make(const char *name, Bytes (*oracle)(const uint8_t *, size_t)) {
+    return Engine{name, A::kDigestLength, &A::oneShot, &A::pieces, oracle};
+}
+
+namespace h = vc::hash;
+using Md2 = Adapter<Md2Context, 16, E_MD2_Init, E_MD2_Update, E_MD2_Final, E_MD2>;
+using Md4 = Adapter<Md4Context, 16, E_MD4_Init, E_MD4_Update, E_MD4_Final, E_MD4>;
+using Md5 = Adapter<h::Md5Context, 16, h::md5Init, h::md5Update, h::md5Final, h::md5>;
+using Ripemd160 = Adapter<Ripemd160Context, 20, E_RIPEMD160_Init, E_RIPEMD160_Update,
+                          E_RIPEMD160_Final, E_RIPEMD160>;
+using Has160 = Adapter<Has160Context, 20, E_HAS160_Init, E_HAS160_Update, E_HAS160_Final, E_HAS160>;
+
 const std::vector<Engine> &all() {
     static const std::vector<Engine> engines = {
-        make<Adapter<Md2Context, 16, E_MD2_Init, E_MD2_Update, E_MD2_Final, E_MD2>>("md2", 16, nettleMd2),
-        make<Adapter<Md4Context, 16, E_MD4_Init, E_MD4_Update, E_MD4_Final, E_MD4>>(
-            "md4", 16, [](const uint8_t *d, size_t n) { return openssl("MD4", d, n); }),
-        make<Adapter<Md5Context, 16, vc::hash::md5Init, vc::hash::md5Update, vc::hash::md5Final,
-                     vc::hash::md5>>("md5", 16,
-                                     [](const uint8_t *d, size_t n) { return openssl("MD5", d, n); }),
-        make<Adapter<Ripemd160Context, 20, E_RIPEMD160_Init, E_RIPEMD160_Update, E_RIPEMD160_Final,
-                     E_RIPEMD160>>("ripemd160", 20,
-                                   [](const uint8_t *d, size_t n) { return openssl("RIPEMD160", d, n); }),
-        make<Adapter<Has160Context, 20, E_HAS160_Init, E_HAS160_Update, E_HAS160_Final, E_HAS160>>(
-            "has160", 20, nullptr),
+        make<Md2>("md2", nettleMd2),
+        make<Md4>("md4", opensslMd4),
+        make<Md5>("md5", opensslMd5),
+        make<Ripemd160>("ripemd160", opensslRipemd160),
+        make<Has160>("has160", nullptr),
     };
     return engines;
 }
@@ -95,7 +104,8 @@ std::vector<uint32_t> randomPieces(vctest::Rng &rng, uint32_t length) {
     std::vector<uint32_t> sizes;
     while (length > 0) {
         // Mostly short pieces around block boundaries, now and then an empty or a long one.
-        uint32_t n = rng.below(4) == 0 ? rng.below(length + 1) : rng.below(length < 70 ? length + 1 : 70);
+        uint32_t n = rng.below(4) == 0 ? rng.below(length + 1)
+                                       : rng.below(length < 70 ? length + 1 : 70);
         sizes.push_back(n);
         length -= n;
     }

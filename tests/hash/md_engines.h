@@ -49,7 +49,8 @@ struct Vector {
 
 template <size_t N>
 void expectVectors(const Vector (&vectors)[N]) {
-    for (const Vector &v : vectors) expectDigest(engine(v.engine), repeated(v.text, v.repeat), v.digest);
+    for (const Vector &v : vectors)
+        expectDigest(engine(v.engine), repeated(v.text, v.repeat), v.digest);
 }
 
 }  // namespace mdtest

@@ -98,7 +98,8 @@ void expectCarry(const char *name, void (*init)(Context *),
             update(&context, data, length);
             uint64_t expected = (uint64_t(7) << 32 | low) + uint64_t(length) * 8;
             EXPECT_EQ(context.countLow, uint32_t(expected)) << name << " " << low << "+" << length;
-            EXPECT_EQ(context.countHigh, uint32_t(expected >> 32)) << name << " " << low << "+" << length;
+            EXPECT_EQ(context.countHigh, uint32_t(expected >> 32))
+                << name << " " << low << "+" << length;
         }
     }
 }
