@@ -2,6 +2,7 @@
 #include <vorelcrypto/hash.h>
 
 #include "cli.h"
+#include "hash/md5.h"
 
 #include <cerrno>
 #include <cstring>
@@ -28,13 +29,19 @@ constexpr HashAlgorithm row(const char *name, size_t digestLength) {
             [](void *c, uint8_t *out) { Final(static_cast<Ctx *>(c), out); }};
 }
 
-// TODO(hash-b): md2, md4, md5, ripemd160 and has160 rows once their engines are merged.
+using vc::hash::Md5Context;
+
 const HashAlgorithm kAlgorithms[] = {
+    row<Md2Context, E_MD2_Init, E_MD2_Update, E_MD2_Final>("md2", 16),
+    row<Md4Context, E_MD4_Init, E_MD4_Update, E_MD4_Final>("md4", 16),
+    row<Md5Context, vc::hash::md5Init, vc::hash::md5Update, vc::hash::md5Final>("md5", 16),
     row<ShaContext, E_SHA_Init, E_SHA_Update, E_SHA_Final>("sha0", 20),
     row<ShaContext, E_SHA1_Init, E_SHA1_Update, E_SHA1_Final>("sha1", 20),
     row<Sha256Context, E_SHA256_Init, E_SHA256_Update, E_SHA256_Final>("sha256", 32),
     row<Sha512Context, E_SHA384_Init, E_SHA384_Update, E_SHA384_Final>("sha384", 48),
     row<Sha512Context, E_SHA512_Init, E_SHA512_Update, E_SHA512_Final>("sha512", 64),
+    row<Ripemd160Context, E_RIPEMD160_Init, E_RIPEMD160_Update, E_RIPEMD160_Final>("ripemd160", 20),
+    row<Has160Context, E_HAS160_Init, E_HAS160_Update, E_HAS160_Final>("has160", 20),
 };
 
 const HashAlgorithm *find(const std::string &name) {
@@ -96,7 +103,7 @@ const cli::Command command{
     "usage: vorelcrypto hash -a ALG [FILE...]\n\n"
     "Prints the digest of each FILE (standard input when none is given, or for '-') as\n"
     "'HEX  NAME', one line per input, like sha256sum.\n\n"
-    "  -a ALG   sha0 sha1 sha256 sha384 sha512\n",
+    "  -a ALG   md2 md4 md5 sha0 sha1 sha256 sha384 sha512 ripemd160 has160\n",
     run};
 
 }  // namespace
