@@ -45,7 +45,8 @@ inline void setStateWord(Sha512Context *ctx, int i, uint64_t v) {
 }
 
 // Two message words side by side: the schedule computes W[t] and W[t+1] together (W[t+1]
-// needs nothing newer than W[t-1]), in vector registers beside the scalar rounds.
+// needs nothing newer than W[t-1]), in vector registers beside the scalar rounds. The last 16
+// words stay in registers as eight pairs m[(t / 2) % 8]; only W + K goes to memory.
 using Pair = uint64_t __attribute__((vector_size(16)));
 
 inline Pair loadPair(const uint64_t *p) {
@@ -55,23 +56,26 @@ inline Pair loadPair(const uint64_t *p) {
 }
 inline void storePair(uint64_t *p, Pair v) { std::memcpy(p, &v, 16); }
 inline Pair rotrPair(Pair x, int n) { return (x >> n) | (x << (64 - n)); }
+// The high word of x and the low word of y: a pair that starts at an odd index.
+inline Pair straddle(Pair x, Pair y) { return __builtin_shufflevector(x, y, 1, 2); }
 
-// W[t], W[t+1] and their sums with the round constants, from the 16 words before them.
-VC_ALWAYS_INLINE void schedulePair(uint64_t *w, uint64_t *wk, int t) {
-    Pair w15 = loadPair(w + t - 15), w2 = loadPair(w + t - 2);
+// Pair P (W[2P], W[2P+1]) from the eight pairs before it, and its sums with the round constants.
+template <int P>
+VC_ALWAYS_INLINE void schedulePair(Pair (&m)[8], uint64_t *wk) {
+    Pair w15 = straddle(m[P % 8], m[(P + 1) % 8]), w7 = straddle(m[(P + 4) % 8], m[(P + 5) % 8]);
+    Pair w2 = m[(P + 7) % 8];
     Pair s0 = rotrPair(w15, 1) ^ rotrPair(w15, 8) ^ (w15 >> 7);
     Pair s1 = rotrPair(w2, 19) ^ rotrPair(w2, 61) ^ (w2 >> 6);
-    Pair x = loadPair(w + t - 16) + s0 + loadPair(w + t - 7) + s1;
-    storePair(w + t, x);
-    storePair(wk + t, x + loadPair(kK + t));
+    m[P % 8] += s0 + w7 + s1;
+    storePair(wk + 2 * P, m[P % 8] + loadPair(kK + 2 * P));
 }
 
 // Round T of 80 on the working words v (roles rotate, so no moves). `ab` carries a ^ b into
 // the next round, where it is that round's b ^ c, so that Maj costs two operations. Every
 // second round also computes the schedule pair that round T + 16 will need.
 template <int T>
-VC_ALWAYS_INLINE void round(uint64_t (&v)[8], uint64_t &ab, uint64_t *w, uint64_t *wk) {
-    if constexpr (T % 2 == 0 && T + 16 < 80) schedulePair(w, wk, T + 16);
+VC_ALWAYS_INLINE void round(uint64_t (&v)[8], uint64_t &ab, Pair (&m)[8], uint64_t *wk) {
+    if constexpr (T % 2 == 0 && T + 16 < 80) schedulePair<T / 2 + 8>(m, wk);
     uint64_t &a = v[(80 - T) % 8], &b = v[(81 - T) % 8], &c = v[(82 - T) % 8];
     uint64_t &d = v[(83 - T) % 8], &e = v[(84 - T) % 8], &f = v[(85 - T) % 8];
     uint64_t &g = v[(86 - T) % 8], &h = v[(87 - T) % 8];
@@ -85,40 +89,52 @@ VC_ALWAYS_INLINE void round(uint64_t (&v)[8], uint64_t &ab, uint64_t *w, uint64_
 }
 
 template <size_t... T>
-VC_ALWAYS_INLINE void rounds(uint64_t (&v)[8], uint64_t *w, uint64_t *wk, std::index_sequence<T...>) {
+VC_ALWAYS_INLINE void rounds(uint64_t (&v)[8], Pair (&m)[8], uint64_t *wk, std::index_sequence<T...>) {
     uint64_t ab = v[1] ^ v[2];  // b ^ c of round 0
-    (round<int(T)>(v, ab, w, wk), ...);
+    (round<int(T)>(v, ab, m, wk), ...);
 }
 
 VC_ALWAYS_INLINE void compressBlocks(uint64_t s[8], const uint8_t *data, size_t blocks) {
     for (; blocks > 0; --blocks, data += 128) {
-        alignas(16) uint64_t w[80], wk[80];
+        alignas(16) uint64_t wk[80];
+        Pair m[8];
         uint64_t v[8];
-        for (int i = 0; i < 16; ++i) {
-            w[i] = load64be(data + 8 * i);
-            wk[i] = w[i] + kK[i];
+        for (int i = 0; i < 8; ++i) {
+            m[i] = Pair{load64be(data + 16 * i), load64be(data + 16 * i + 8)};
+            storePair(wk + 2 * i, m[i] + loadPair(kK + 2 * i));
         }
         for (int i = 0; i < 8; ++i) v[i] = s[i];
-        rounds(v, w, wk, std::make_index_sequence<80>{});
+        rounds(v, m, wk, std::make_index_sequence<80>{});
         for (int i = 0; i < 8; ++i) s[i] += v[i];
     }
 }
 
-// The same code twice: for any x86-64, and for processors with BMI2 and AVX, where
-// non-destructive rotations and three-operand vector instructions save many moves.
+// The same code three times: for any x86-64; for processors with BMI2 and AVX (non-destructive
+// rotations, three-operand vector code); and with AVX-512VL too, whose vector rotations and
+// three-way logic shorten the message schedule.
 void compressBaseline(uint64_t s[8], const uint8_t *data, size_t blocks) { compressBlocks(s, data, blocks); }
 __attribute__((target("bmi2,avx"))) void compressBmi2(uint64_t s[8], const uint8_t *data, size_t blocks) {
     compressBlocks(s, data, blocks);
 }
+__attribute__((target("bmi2,avx2,avx512f,avx512vl"))) void compressAvx512(uint64_t s[8], const uint8_t *data,
+                                                                          size_t blocks) {
+    compressBlocks(s, data, blocks);
+}
+
+using Compress = void (*)(uint64_t s[8], const uint8_t *data, size_t blocks);
+
+Compress pickCompress() {
+    __builtin_cpu_init();
+    if (!__builtin_cpu_supports("bmi2") || !__builtin_cpu_supports("avx")) return compressBaseline;
+    if (__builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx2")) return compressAvx512;
+    return compressBmi2;
+}
 
 void compress(Sha512Context *ctx, const uint8_t *data, size_t blocks) {
-    static const bool bmi2 = __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("avx");
+    static const Compress compressFast = pickCompress();
     uint64_t s[8];
     for (int i = 0; i < 8; ++i) s[i] = stateWord(ctx, i);
-    if (bmi2)
-        compressBmi2(s, data, blocks);
-    else
-        compressBaseline(s, data, blocks);
+    compressFast(s, data, blocks);
     for (int i = 0; i < 8; ++i) setStateWord(ctx, i, s[i]);
 }
 
