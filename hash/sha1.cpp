@@ -56,15 +56,18 @@ VC_ALWAYS_INLINE void step(uint32_t (&v)[5], uint32_t (&w)[16]) {
     b = rotl32(b, 30);
 }
 
+template <bool Sha1, size_t... T>
+VC_ALWAYS_INLINE void steps(uint32_t (&v)[5], uint32_t (&w)[16], std::index_sequence<T...>) {
+    (step<int(T), Sha1>(v, w), ...);
+}
+
 template <bool Sha1, Source S>
 void compressPortable(uint32_t state[5], const uint8_t *data, size_t blocks) {
     for (; blocks > 0; --blocks, data += 64) {
         uint32_t w[16], v[5];
         for (int i = 0; i < 16; ++i) w[i] = loadWord<S>(data, i);
         for (int i = 0; i < 5; ++i) v[i] = state[i];
-        [&]<size_t... T>(std::index_sequence<T...>) {
-            (step<int(T), Sha1>(v, w), ...);
-        }(std::make_index_sequence<80>{});
+        steps<Sha1>(v, w, std::make_index_sequence<80>{});
         for (int i = 0; i < 5; ++i) state[i] += v[(80 + i) % 5];
     }
 }

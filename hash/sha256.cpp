@@ -50,14 +50,17 @@ VC_ALWAYS_INLINE void round(uint32_t (&v)[8], uint32_t (&w)[16]) {
     h = t1 + t2;
 }
 
+template <size_t... T>
+VC_ALWAYS_INLINE void rounds(uint32_t (&v)[8], uint32_t (&w)[16], std::index_sequence<T...>) {
+    (round<int(T)>(v, w), ...);
+}
+
 void compressPortable(uint32_t state[8], const uint8_t *data, size_t blocks) {
     for (; blocks > 0; --blocks, data += 64) {
         uint32_t w[16], v[8];
         for (int i = 0; i < 16; ++i) w[i] = load32be(data + 4 * i);
         for (int i = 0; i < 8; ++i) v[i] = state[i];
-        [&]<size_t... T>(std::index_sequence<T...>) {
-            (round<int(T)>(v, w), ...);
-        }(std::make_index_sequence<64>{});
+        rounds(v, w, std::make_index_sequence<64>{});
         for (int i = 0; i < 8; ++i) state[i] += v[i];
     }
 }
