@@ -43,6 +43,14 @@ void bmOursSha2(benchmark::State &state, Sha2OneShot f, bool extensions) {
     });
 }
 
+// SHA-512 built for any x86-64 (no BMI2, AVX or AVX-512), for comparison.
+void bmSha512Baseline(benchmark::State &state) {
+    vc::hash::selectSha512Code(vc::hash::Sha512Code::Baseline);
+    bmOursSha2(state, E_SHA512, true);
+    if (!vc::hash::selectSha512Code(vc::hash::Sha512Code::Avx512))
+        vc::hash::selectSha512Code(vc::hash::Sha512Code::Bmi2Avx);
+}
+
 void bmOpenSsl(benchmark::State &state, OpenSslOneShot f) {
     run(state, true, [f](uint8_t *d, const uint8_t *p, size_t n) { f(p, n, d); });
 }
@@ -78,6 +86,8 @@ const bool registered = [] {
     sizes(benchmark::RegisterBenchmark("sha384/openssl", bmOpenSsl, SHA384));
     sizes(benchmark::RegisterBenchmark("sha512/ours", bmOursSha2, E_SHA512, ni));
     sizes(benchmark::RegisterBenchmark("sha512/openssl", bmOpenSsl, SHA512));
+    sizes(benchmark::RegisterBenchmark("sha512-baseline/ours", bmSha512Baseline));
+    sizes(benchmark::RegisterBenchmark("sha512-baseline/openssl", bmOpenSsl, SHA512));
     sizes(benchmark::RegisterBenchmark("hmac-sha1/ours", bmHmacOurs));
     sizes(benchmark::RegisterBenchmark("hmac-sha1/openssl", bmHmacOpenSsl));
     return true;

@@ -4,6 +4,7 @@
 #include <vorelcrypto/hash.h>
 
 #include "hash/hash_util.h"
+#include "hash/sha1.h"
 
 #include <utility>
 
@@ -123,18 +124,29 @@ __attribute__((target("bmi2,avx2,avx512f,avx512vl"))) void compressAvx512(uint64
 
 using Compress = void (*)(uint64_t s[8], const uint8_t *data, size_t blocks);
 
-Compress pickCompress() {
+bool supported(Sha512Code code) {
     __builtin_cpu_init();
-    if (!__builtin_cpu_supports("bmi2") || !__builtin_cpu_supports("avx")) return compressBaseline;
-    if (__builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx2")) return compressAvx512;
-    return compressBmi2;
+    switch (code) {
+    case Sha512Code::Baseline: return true;
+    case Sha512Code::Bmi2Avx: return __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("avx");
+    case Sha512Code::Avx512:
+        return supported(Sha512Code::Bmi2Avx) && __builtin_cpu_supports("avx2") &&
+               __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl");
+    }
+    return false;
+}
+
+Compress &selected() {
+    static Compress chosen = supported(Sha512Code::Avx512)    ? compressAvx512
+                             : supported(Sha512Code::Bmi2Avx) ? compressBmi2
+                                                              : compressBaseline;
+    return chosen;
 }
 
 void compress(Sha512Context *ctx, const uint8_t *data, size_t blocks) {
-    static const Compress compressFast = pickCompress();
     uint64_t s[8];
     for (int i = 0; i < 8; ++i) s[i] = stateWord(ctx, i);
-    compressFast(s, data, blocks);
+    selected()(s, data, blocks);
     for (int i = 0; i < 8; ++i) setStateWord(ctx, i, s[i]);
 }
 
@@ -204,6 +216,14 @@ void oneShot(const uint64_t (&iv)[8], uint8_t *digest, uint32_t *digestLength, c
 }
 
 }  // namespace
+
+bool selectSha512Code(Sha512Code code) {
+    if (!supported(code)) return false;
+    const Compress table[] = {compressBaseline, compressBmi2, compressAvx512};
+    selected() = table[int(code)];
+    return true;
+}
+
 }  // namespace vc::hash
 
 using namespace vc::hash;

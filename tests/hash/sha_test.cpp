@@ -47,14 +47,14 @@ struct Engine {
     const char *name;
     Digest staged;
     const EVP_MD *(*oracle)();
-    bool hasTwoPaths;  // SHA extensions and portable code
+    enum Paths { ShaExtensions, Sha512Codes } paths;  // the code paths to try
 };
 
 const Engine kEngines[] = {
-    {"sha1", Staged<ShaContext, 20>{E_SHA1_Init, E_SHA1_Update, E_SHA1_Final}, EVP_sha1, true},
-    {"sha256", Staged<Sha256Context, 32>{E_SHA256_Init, E_SHA256_Update, E_SHA256_Final}, EVP_sha256, true},
-    {"sha384", Staged<Sha512Context, 48>{E_SHA384_Init, E_SHA384_Update, E_SHA384_Final}, EVP_sha384, false},
-    {"sha512", Staged<Sha512Context, 64>{E_SHA512_Init, E_SHA512_Update, E_SHA512_Final}, EVP_sha512, false},
+    {"sha1", Staged<ShaContext, 20>{E_SHA1_Init, E_SHA1_Update, E_SHA1_Final}, EVP_sha1, Engine::ShaExtensions},
+    {"sha256", Staged<Sha256Context, 32>{E_SHA256_Init, E_SHA256_Update, E_SHA256_Final}, EVP_sha256, Engine::ShaExtensions},
+    {"sha384", Staged<Sha512Context, 48>{E_SHA384_Init, E_SHA384_Update, E_SHA384_Final}, EVP_sha384, Engine::Sha512Codes},
+    {"sha512", Staged<Sha512Context, 64>{E_SHA512_Init, E_SHA512_Update, E_SHA512_Final}, EVP_sha512, Engine::Sha512Codes},
 };
 
 Bytes oracle(const EVP_MD *md, const uint8_t *data, size_t length) {
@@ -64,9 +64,20 @@ Bytes oracle(const EVP_MD *md, const uint8_t *data, size_t length) {
     return out;
 }
 
-// Runs body once per code path of the engine: SHA extensions (when the CPU has them), portable.
+// Runs body once per code path of the engine that this processor can run: SHA extensions and
+// portable code for SHA-1 and SHA-256, each build of the SHA-512 compression for SHA-384/512.
 void forEachPath(const Engine &e, const std::function<void(const char *)> &body) {
-    if (e.hasTwoPaths && vc::hash::cpuHasShaExtensions()) {
+    using vc::hash::Sha512Code;
+    if (e.paths == Engine::Sha512Codes) {
+        const std::pair<Sha512Code, const char *> codes[] = {
+            {Sha512Code::Baseline, "baseline"}, {Sha512Code::Bmi2Avx, "bmi2-avx"}, {Sha512Code::Avx512, "avx512"}};
+        for (auto [code, name] : codes)
+            if (vc::hash::selectSha512Code(code)) body(name);
+        for (auto it = std::rbegin(codes); it != std::rend(codes) && !vc::hash::selectSha512Code(it->first); ++it) {
+        }
+        return;
+    }
+    if (vc::hash::cpuHasShaExtensions()) {
         vc::hash::setShaExtensionsEnabled(true);
         body("sha-extensions");
     }
