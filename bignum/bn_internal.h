@@ -15,9 +15,11 @@ namespace vc::bignum {
 inline constexpr int32_t kTempWords = 150;
 inline constexpr int32_t kMaxModWords = kTempWords / 2;
 
-// A stack number: sign 0, length 0, all 150 words zero.
+// A stack number: sign 0, length 0, all words zero. Two words beyond the 150 hold the spare word
+// of a right shift and the extra top word of a Montgomery reduction modulo 75 words.
+inline constexpr int32_t kTempStorage = kTempWords + 2;
 struct Temp {
-    uint32_t w[kTempWords] = {};
+    uint32_t w[kTempStorage] = {};
     ENUM n{0, 0, w};
     Temp() = default;
     Temp(const Temp &) = delete;

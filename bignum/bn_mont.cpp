@@ -49,14 +49,14 @@ void EN_MontReduce(ENUM *r, const ENUM *t, const EN_MontCtx *ctx) {
     // shorten the loop, and an empty low part leaves r as it was. Callers rely on it as is.
     const int32_t al = L->length, nl = n->length;
     if (al == 0 || nl == 0) return;
-    assert(al + nl + 1 <= kTempWords);
+    assert(al + nl + 1 <= kTempStorage);
     T->sign ^= n->sign;
     for (int32_t i = T->length; i < al + nl + 1; i++) T.w[i] = 0;
     T->length = al + nl + 1;
     for (int32_t i = 0; i < al; i++) {
         const uint32_t q = T.w[i] * ctx->nprime;
         uint32_t c = EN_MulAddWord(T.w + i, n->words, nl, q);
-        for (int32_t k = i + nl; c != 0 && k < kTempWords; k++) {
+        for (int32_t k = i + nl; c != 0 && k < kTempStorage; k++) {
             T.w[k] += c;
             c = T.w[k] < c;
         }
