@@ -19,7 +19,11 @@ struct Num {
     ENUM e;
     explicit Num(size_t capacity = 320) : store(capacity + 2, 0), e{0, 0, store.data()} {}
     Num(const Num &o) : store(o.store), e{o.e.sign, o.e.length, store.data()} {}
-    Num &operator=(const Num &) = delete;
+    Num &operator=(const Num &o) {
+        store = o.store;
+        e = {o.e.sign, o.e.length, store.data()};
+        return *this;
+    }
     ENUM *p() { return &e; }
     const ENUM *p() const { return &e; }
     std::vector<uint32_t> words() const { return {store.begin(), store.begin() + e.length}; }
