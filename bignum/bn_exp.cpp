@@ -119,13 +119,7 @@ struct FastMont {
     void redc(u64 *r, u64 *t) const {
         u64 extra = 0;
         for (int i = 0; i < n; i++) {
-            const u64 q = t[i] * n0;
-            u64 c = 0;
-            for (int j = 0; j < n; j++) {
-                const u128 s = u128(q) * nn[j] + t[i + j] + c;
-                t[i + j] = u64(s);
-                c = u64(s >> 64);
-            }
+            const u64 c = mulAddRow(t + i, nn, n, t[i] * n0);
             const u128 s = u128(t[i + n]) + c + extra;
             t[i + n] = u64(s);
             extra = u64(s >> 64);

@@ -70,6 +70,31 @@ void modExpLiteral(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *m);
 using u64 = uint64_t;
 using u128 = unsigned __int128;
 
+// One row of a schoolbook product: r[0..n-1] = a * b (mulRow) or r[0..n-1] += a * b
+// (mulAddRow), returning the carry limb. Unrolled four times: these carry every product,
+// square and Montgomery reduction.
+template <bool kAdd>
+inline u64 rowStep(u64 *r, const u64 *a, int i, u64 b, u64 c) {
+    const u128 t = u128(a[i]) * b + c + (kAdd ? r[i] : 0);
+    r[i] = u64(t);
+    return u64(t >> 64);
+}
+template <bool kAdd>
+inline u64 row(u64 *r, const u64 *a, int n, u64 b) {
+    u64 c = 0;
+    int i = 0;
+    for (; i + 4 <= n; i += 4) {
+        c = rowStep<kAdd>(r, a, i, b, c);
+        c = rowStep<kAdd>(r, a, i + 1, b, c);
+        c = rowStep<kAdd>(r, a, i + 2, b, c);
+        c = rowStep<kAdd>(r, a, i + 3, b, c);
+    }
+    for (; i < n; i++) c = rowStep<kAdd>(r, a, i, b, c);
+    return c;
+}
+inline u64 mulRow(u64 *r, const u64 *a, int n, u64 b) { return row<false>(r, a, n, b); }
+inline u64 mulAddRow(u64 *r, const u64 *a, int n, u64 b) { return row<true>(r, a, n, b); }
+
 // r[0..na+nb-1] = a * b (r distinct from a and b).
 void mul64(u64 *r, const u64 *a, int na, const u64 *b, int nb);
 // r[0..2n-1] = a^2 (r distinct from a).

@@ -91,29 +91,6 @@ void sqrLiteral(ENUM *r, const ENUM *a) {
 
 // ---- 64-bit limbs
 
-namespace {
-
-inline u64 mulRow(u64 *r, const u64 *a, int n, u64 b) {
-    u64 c = 0;
-    for (int i = 0; i < n; i++) {
-        const u128 t = u128(a[i]) * b + c;
-        r[i] = u64(t);
-        c = u64(t >> 64);
-    }
-    return c;
-}
-
-inline u64 mulAddRow(u64 *r, const u64 *a, int n, u64 b) {
-    u64 c = 0;
-    for (int i = 0; i < n; i++) {
-        const u128 t = u128(a[i]) * b + r[i] + c;
-        r[i] = u64(t);
-        c = u64(t >> 64);
-    }
-    return c;
-}
-
-}  // namespace
 
 void toLimbs(u64 *out, const uint32_t *in, int32_t n32, int nl) {
     for (int i = 0; i < nl; i++) out[i] = 0;
@@ -151,19 +128,27 @@ void sqr64(u64 *r, const u64 *a, int n) {
 }
 
 void sqrCarryRule(u64 *s, const u64 *a, int32_t n) {
-    // Recover the doubled cross products x = s - diagonal and look for an all-ones word.
-    uint32_t x[kTempWords], d[kTempWords];
+    // Limb k of the diagonal is the square of 32-bit word k. Recover the doubled cross products
+    // x = s - diagonal and look for an all-ones word: without one no carry can be lost.
     bool allOnes = false;
-    uint32_t borrow = 0;
+    u64 borrow = 0;
+    for (int32_t k = 0; k < n; k++) {
+        const u64 w = word32(a, k);
+        const u128 t = u128(s[k]) - w * w - borrow;
+        const u64 x = u64(t);
+        borrow = u64(t >> 64) & 1;
+        allOnes |= (uint32_t(x) == 0xFFFFFFFFu) | (uint32_t(x >> 32) == 0xFFFFFFFFu);
+    }
+    if (!allOnes) return;
+    uint32_t x[kTempWords], d[kTempWords];
+    uint32_t b32 = 0;
     for (int32_t k = 0; k < 2 * n; k++) {
         const u64 sq = u64(word32(a, k >> 1)) * word32(a, k >> 1);
         d[k] = uint32_t(sq >> (32 * (k & 1)));
-        const u64 t = u64(word32(s, k)) - d[k] - borrow;
+        const u64 t = u64(word32(s, k)) - d[k] - b32;
         x[k] = uint32_t(t);
-        borrow = uint32_t(t >> 63);
-        allOnes |= x[k] == 0xFFFFFFFFu;
+        b32 = uint32_t(t >> 63);
     }
-    if (!allOnes) return;  // no carry can be lost
     ruleSum(2 * n, [&x](int32_t k) { return x[k]; }, d, [s](int32_t k, uint32_t v) { setWord32(s, k, v); });
 }
 
