@@ -72,6 +72,48 @@ struct MontCtx {
     explicit MontCtx(const ENUM *m) { EN_MontSet(&ctx, m); }
 };
 
+// A three-limb column accumulator for product scanning: each column's products are summed
+// before one store, which keeps the carry chains short.
+struct Column {
+    u128 lo = 0;
+    u64 hi = 0;
+    void add(u128 p) { hi += __builtin_add_overflow(lo, p, &lo); }
+    void mulAdd(u64 x, u64 y) { add(u128(x) * y); }
+    u64 take() {  // the low limb out, the rest shifted down
+        const u64 out = u64(lo);
+        lo = (lo >> 64) | (u128(hi) << 64);
+        hi = 0;
+        return out;
+    }
+};
+
+// t[0..2n-1] = a * b by columns.
+void combaMul(u64 *t, const u64 *a, const u64 *b, int n) {
+    Column acc;
+    for (int k = 0; k < 2 * n - 1; k++) {
+        const int lo = k < n ? 0 : k - n + 1, hi = k < n ? k : n - 1;
+        for (int i = lo; i <= hi; i++) acc.mulAdd(a[i], b[k - i]);
+        t[k] = acc.take();
+    }
+    t[2 * n - 1] = acc.take();
+}
+
+// t[0..2n-1] = a^2 by columns: the cross products of a column doubled, then its diagonal square.
+void combaSqr(u64 *t, const u64 *a, int n) {
+    Column acc;
+    for (int k = 0; k < 2 * n - 1; k++) {
+        const int lo = k < n ? 0 : k - n + 1;
+        Column cross;
+        for (int i = lo; 2 * i < k; i++) cross.mulAdd(a[i], a[k - i]);
+        acc.add(cross.lo);
+        acc.add(cross.lo);
+        acc.hi += 2 * cross.hi;
+        if (k % 2 == 0) acc.mulAdd(a[k / 2], a[k / 2]);
+        t[k] = acc.take();
+    }
+    t[2 * n - 1] = acc.take();
+}
+
 // Montgomery arithmetic on n 64-bit limbs, equal word for word to EN_MontMul.
 struct FastMont {
     static constexpr int kLimbs = kMaxModWords / 2;
@@ -102,10 +144,10 @@ struct FastMont {
     void mont(u64 *r, const u64 *x, const u64 *y) const {
         u64 t[2 * kLimbs + 1];
         if (x == y) {
-            sqr64(t, x, n);
+            combaSqr(t, x, n);
             sqrCarryRule(t, x, nl);
         } else {
-            mul64(t, x, n, y, n);
+            combaMul(t, x, y, n);
         }
         // The documented reduction runs nl times unless t is shorter than nl words.
         bool full = (t[n - 1] >> 32) != 0;
@@ -116,14 +158,23 @@ struct FastMont {
             literal(r, t);
     }
 
+    // t + m*N with m = -t/N mod 2^(64n), by columns; the upper half (and a top bit) into t[n..2n].
     void redc(u64 *r, u64 *t) const {
-        u64 extra = 0;
-        for (int i = 0; i < n; i++) {
-            const u64 c = mulAddRow(t + i, nn, n, t[i] * n0);
-            const u128 s = u128(t[i + n]) + c + extra;
-            t[i + n] = u64(s);
-            extra = u64(s >> 64);
+        u64 m[kLimbs];
+        Column acc;
+        for (int k = 0; k < n; k++) {
+            acc.add(t[k]);
+            for (int i = 0; i < k; i++) acc.mulAdd(m[i], nn[k - i]);
+            m[k] = u64(acc.lo) * n0;
+            acc.mulAdd(m[k], nn[0]);
+            acc.take();
         }
+        for (int k = n; k < 2 * n; k++) {
+            acc.add(t[k]);
+            for (int i = k - n + 1; i < n; i++) acc.mulAdd(m[i], nn[k - i]);
+            t[k] = acc.take();
+        }
+        const u64 extra = acc.take();
         u64 *u = t + n;
         bool ge = extra != 0;
         if (!ge) {
