@@ -130,15 +130,17 @@ void sqr64(u64 *r, const u64 *a, int n) {
 void sqrCarryRule(u64 *s, const u64 *a, int32_t n) {
     // Limb k of the diagonal is the square of 32-bit word k. Recover the doubled cross products
     // x = s - diagonal and look for an all-ones word: without one no carry can be lost.
-    bool allOnes = false;
-    u64 borrow = 0;
+    u64 hit = 0;  // the high bit of a 32-bit lane is set when that lane of some x is all ones
+    bool borrow = false;
     for (int32_t k = 0; k < n; k++) {
         const u64 w = word32(a, k);
-        const u128 t = u128(s[k]) - w * w - borrow;
-        const u64 x = u64(t);
-        borrow = u64(t >> 64) & 1;
-        allOnes |= (uint32_t(x) == 0xFFFFFFFFu) | (uint32_t(x >> 32) == 0xFFFFFFFFu);
+        u64 x;
+        const bool b1 = __builtin_sub_overflow(s[k], w * w, &x);
+        const bool b2 = __builtin_sub_overflow(x, u64(borrow), &x);
+        borrow = b1 | b2;
+        hit |= (~x - 0x0000000100000001u) & x & 0x8000000080000000u;
     }
+    const bool allOnes = hit != 0;
     if (!allOnes) return;
     uint32_t x[kTempWords], d[kTempWords];
     uint32_t b32 = 0;
