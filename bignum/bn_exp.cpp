@@ -87,12 +87,24 @@ struct Column {
     }
 };
 
+// acc += x[0]*y[0] + x[1]*y[-1] + ... (count terms), unrolled: the inner loop of every column.
+inline void dot(Column &acc, const u64 *x, const u64 *y, int count) {
+    int i = 0;
+    for (; i + 4 <= count; i += 4) {
+        acc.mulAdd(x[i], y[-i]);
+        acc.mulAdd(x[i + 1], y[-i - 1]);
+        acc.mulAdd(x[i + 2], y[-i - 2]);
+        acc.mulAdd(x[i + 3], y[-i - 3]);
+    }
+    for (; i < count; i++) acc.mulAdd(x[i], y[-i]);
+}
+
 // t[0..2n-1] = a * b by columns.
 void combaMul(u64 *t, const u64 *a, const u64 *b, int n) {
     Column acc;
     for (int k = 0; k < 2 * n - 1; k++) {
         const int lo = k < n ? 0 : k - n + 1, hi = k < n ? k : n - 1;
-        for (int i = lo; i <= hi; i++) acc.mulAdd(a[i], b[k - i]);
+        dot(acc, a + lo, b + (k - lo), hi - lo + 1);
         t[k] = acc.take();
     }
     t[2 * n - 1] = acc.take();
@@ -104,7 +116,7 @@ void combaSqr(u64 *t, const u64 *a, int n) {
     for (int k = 0; k < 2 * n - 1; k++) {
         const int lo = k < n ? 0 : k - n + 1;
         Column cross;
-        for (int i = lo; 2 * i < k; i++) cross.mulAdd(a[i], a[k - i]);
+        dot(cross, a + lo, a + (k - lo), (k + 1) / 2 - lo);
         acc.add(cross.lo);
         acc.add(cross.lo);
         acc.hi += 2 * cross.hi;
@@ -164,14 +176,14 @@ struct FastMont {
         Column acc;
         for (int k = 0; k < n; k++) {
             acc.add(t[k]);
-            for (int i = 0; i < k; i++) acc.mulAdd(m[i], nn[k - i]);
+            dot(acc, m, nn + k, k);
             m[k] = u64(acc.lo) * n0;
             acc.mulAdd(m[k], nn[0]);
             acc.take();
         }
         for (int k = n; k < 2 * n; k++) {
             acc.add(t[k]);
-            for (int i = k - n + 1; i < n; i++) acc.mulAdd(m[i], nn[k - i]);
+            dot(acc, m + (k - n + 1), nn + (n - 1), 2 * n - 1 - k);
             t[k] = acc.take();
         }
         const u64 extra = acc.take();

@@ -132,13 +132,19 @@ void sqrCarryRule(u64 *s, const u64 *a, int32_t n) {
     // x = s - diagonal and look for an all-ones word: without one no carry can be lost.
     u64 hit = 0;  // the high bit of a 32-bit lane is set when that lane of some x is all ones
     bool borrow = false;
-    for (int32_t k = 0; k < n; k++) {
-        const u64 w = word32(a, k);
+    auto step = [&](u64 &limb, u64 square) {
         u64 x;
-        const bool b1 = __builtin_sub_overflow(s[k], w * w, &x);
+        const bool b1 = __builtin_sub_overflow(limb, square, &x);
         const bool b2 = __builtin_sub_overflow(x, u64(borrow), &x);
         borrow = b1 | b2;
         hit |= (~x - 0x0000000100000001u) & x & 0x8000000080000000u;
+    };
+    // Two words of a per limb. For odd n the last step meets a zero padding word and the
+    // square's zero top limb, which changes nothing.
+    for (int32_t j = 0; 2 * j < n; j++) {
+        const u64 lo = uint32_t(a[j]), hi = a[j] >> 32;
+        step(s[2 * j], lo * lo);
+        step(s[2 * j + 1], hi * hi);
     }
     const bool allOnes = hit != 0;
     if (!allOnes) return;
