@@ -32,7 +32,6 @@ struct Num {
 struct Mpz {
     mpz_t z;
     Mpz() { mpz_init(z); }
-    explicit Mpz(const char *hex) { mpz_init_set_str(z, hex, 16); }
     ~Mpz() { mpz_clear(z); }
     Mpz(const Mpz &) = delete;
     operator mpz_ptr() { return z; }
