@@ -4,6 +4,7 @@
 #include <vorelcrypto/frame.h>
 
 #include <algorithm>
+#include <iterator>
 
 #include "csp/digest.h"
 

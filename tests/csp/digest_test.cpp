@@ -32,8 +32,10 @@ struct Record {
 Bytes providerDigest(uint32_t algorithm, const std::vector<Bytes> &pieces) {
     Record rec(algorithm);
     EXPECT_EQ(CSP_DigestDataInit(CSP_MODULE_HANDLE, &rec.r, nullptr), 0);
+    static uint8_t empty;  // an empty piece still needs a data pointer
     std::vector<DataBlob> blobs;
-    for (auto &p : pieces) blobs.push_back(DataBlob{uint32_t(p.size()), const_cast<uint8_t *>(p.data())});
+    for (auto &p : pieces)
+        blobs.push_back(DataBlob{uint32_t(p.size()), p.empty() ? &empty : const_cast<uint8_t *>(p.data())});
     EXPECT_EQ(CSP_DigestDataUpdate(CSP_MODULE_HANDLE, &rec.r, blobs.data(), uint32_t(blobs.size())), 0);
     uint8_t buf[32] = {};
     DataBlob out{sizeof buf, buf};

@@ -96,7 +96,9 @@ TEST_F(GenHash, FailuresLeaveOutputUntouchedAndFreeEverything) {
         EXPECT_EQ(V_GenHash(&ctx, 2, &in, &out), f.code) << f.nth;
         V_FailNthCalloc(0);
         EXPECT_EQ(ctx.error, int32_t(f.code));
-        if (f.reason) EXPECT_EQ(GetError(), f.reason);
+        if (f.reason) {
+            EXPECT_EQ(GetError(), f.reason);
+        }
     }
     EXPECT_EQ(out.Length, 77u);
     EXPECT_EQ(out.Data, &sentinel);
