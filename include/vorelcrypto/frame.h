@@ -47,6 +47,23 @@ VC_API int32_t V_VCCInit(LibContext *ctx);
  * on an empty context it leaves the common part as it is. */
 VC_API void V_VCCTerm(LibContext *ctx);
 
+/* Hash service ids of V_GenHash. The order is the library's own: MD5 is 1, MD4 is 3. */
+enum {
+    V_HASH_MD2 = 0,
+    V_HASH_MD5 = 1,
+    V_HASH_SHA1 = 2,
+    V_HASH_MD4 = 3,
+    V_HASH_RIPEMD160 = 4,
+    V_HASH_HAS160 = 5
+};
+
+/* Digest of one message. On success `output` receives a 30-byte buffer (free it with
+ * V_free(ctx, output->Data)) and the digest length, 16 or 20. Codes: 30000 not ready, 20006 or
+ * 30001 allocation, 30015/30016/30017 a provider step failed (unknown id: 30015; null input data
+ * pointer, even with length 0: 30016); GetError() then tells the provider's reason. On failure
+ * `output` is left untouched. Both blob pointers must be valid. */
+VC_API uint32_t V_GenHash(LibContext *ctx, uint32_t hashId, const DataBlob *input, DataBlob *output);
+
 VC_END_DECLS
 
 #endif

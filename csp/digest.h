@@ -1,0 +1,12 @@
+// Internal view of the provider's digest family.
+#pragma once
+
+#include <vorelcrypto/csp.h>
+
+namespace vc::csp {
+
+// Releases the engine state that CSP_DigestDataInit made, when a digest is abandoned before
+// its Final; the record can then be freed without leaking it.
+void ReleaseDigestState(CspContextRecord *record);
+
+}  // namespace vc::csp

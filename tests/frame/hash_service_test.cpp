@@ -1,0 +1,112 @@
+// V_GenHash: every service id against an oracle, its codes, and its allocations.
+#include <vorelcrypto/vorelcrypto.h>
+
+#include <gtest/gtest.h>
+#include <nettle/md2.h>
+#include <openssl/evp.h>
+
+#include "support/test_util.h"
+
+namespace {
+
+using vctest::Bytes;
+
+Bytes oracle(uint32_t hashId, const Bytes &m) {
+    if (hashId == V_HASH_MD2) {
+        md2_ctx c;
+        md2_init(&c);
+        md2_update(&c, m.size(), m.data());
+        Bytes d(MD2_DIGEST_SIZE);
+        md2_digest(&c, d.size(), d.data());
+        return d;
+    }
+    const char *names[] = {nullptr, "MD5", "SHA1", "MD4", "RIPEMD160"};
+    vctest::loadOpenSslLegacy();
+    EVP_MD *md = EVP_MD_fetch(nullptr, names[hashId], nullptr);
+    unsigned char out[EVP_MAX_MD_SIZE];
+    unsigned int n = 0;
+    EVP_Digest(m.data(), m.size(), out, &n, md, nullptr);
+    EVP_MD_free(md);
+    return Bytes(out, out + n);
+}
+
+class GenHash : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_EQ(V_VCCInit(&ctx), 0); }
+    void TearDown() override {
+        V_VCCTerm(&ctx);
+        uint32_t blocks = 1, bytes = 1;
+        V_GetAllocStats(&ctx, &blocks, &bytes);
+        EXPECT_EQ(blocks, 0u);
+        EXPECT_EQ(bytes, 0u);
+    }
+    uint32_t liveBlocks() {
+        uint32_t blocks = 0;
+        V_GetAllocStats(&ctx, &blocks, nullptr);
+        return blocks;
+    }
+    LibContext ctx{};
+};
+
+TEST_F(GenHash, EveryServiceIdAgainstOracle) {
+    vctest::Rng rng(9);
+    for (uint32_t id = 0; id <= 4; ++id) {
+        for (size_t len : {0, 3, 64, 200}) {
+            Bytes m = rng.bytes(len);
+            uint8_t dummy = 0;
+            DataBlob in{uint32_t(len), len ? m.data() : &dummy}, out{0, nullptr};
+            ASSERT_EQ(V_GenHash(&ctx, id, &in, &out), 0u) << id;
+            EXPECT_EQ(ctx.error, 0);
+            Bytes want = oracle(id, m);
+            EXPECT_EQ(out.Length, want.size());
+            EXPECT_EQ(Bytes(out.Data, out.Data + out.Length), want) << "id " << id << " len " << len;
+            EXPECT_EQ(liveBlocks(), 2u);  // the state and the output buffer
+            V_free(&ctx, out.Data);
+        }
+    }
+    Bytes abc = vctest::bytesOf("abc");
+    DataBlob in{3, abc.data()}, out{0, nullptr};
+    ASSERT_EQ(V_GenHash(&ctx, V_HASH_HAS160, &in, &out), 0u);
+    EXPECT_EQ(vctest::toHex(out.Data, out.Length), "975e810488cf2a3d49838478124afce4b1c78804");
+    V_free(&ctx, out.Data);
+}
+
+TEST_F(GenHash, FailuresLeaveOutputUntouchedAndFreeEverything) {
+    uint8_t byte = 0;
+    uint8_t sentinel = 0;
+    DataBlob in{1, &byte};
+    DataBlob out{77, &sentinel};
+
+    EXPECT_EQ(V_GenHash(nullptr, 2, &in, &out), uint32_t(-1));
+
+    EXPECT_EQ(V_GenHash(&ctx, 6, &in, &out), 30015u);
+    EXPECT_EQ(ctx.error, 30015);
+    EXPECT_EQ(GetError(), 1023u);
+
+    DataBlob nullData{0, nullptr};
+    EXPECT_EQ(V_GenHash(&ctx, 2, &nullData, &out), 30016u);
+    EXPECT_EQ(GetError(), 1046u);
+
+    // Each allocation in turn: holder, provider record, digest buffer.
+    const struct {
+        uint32_t nth, code, reason;
+    } faults[] = {{1, 20006, 0}, {2, 30015, 1027}, {3, 30001, 0}};
+    for (auto &f : faults) {
+        V_FailNthCalloc(f.nth);
+        EXPECT_EQ(V_GenHash(&ctx, 2, &in, &out), f.code) << f.nth;
+        V_FailNthCalloc(0);
+        EXPECT_EQ(ctx.error, int32_t(f.code));
+        if (f.reason) {
+            EXPECT_EQ(GetError(), f.reason);
+        }
+    }
+    EXPECT_EQ(out.Length, 77u);
+    EXPECT_EQ(out.Data, &sentinel);
+    EXPECT_EQ(liveBlocks(), 1u);  // only the state
+
+    LibContext empty{};
+    EXPECT_EQ(V_GenHash(&empty, 2, &in, &out), 30000u);
+    EXPECT_EQ(empty.error, 30000);
+}
+
+}  // namespace
