@@ -1,7 +1,6 @@
 // Block ciphers in CBC mode (and SEED in CFB/OFB), ours beside OpenSSL's EVP on 16 KiB buffers.
-#include <vorelcrypto/cipher.h>
-
 #include <openssl/evp.h>
+#include <vorelcrypto/cipher.h>
 
 #include "bench_util.h"
 
@@ -44,7 +43,8 @@ void ours(benchmark::State &state) {
     const auto key = vcbench::filler(24, 7), iv = vcbench::filler(16, 9);
     Schedule ks;
     KeySchedule(&ks, key.data());
-    run(state, [&](const uint8_t *in, uint8_t *out, uint32_t n) { Cbc(in, out, &ks, n, iv.data()); });
+    run(state,
+        [&](const uint8_t *in, uint8_t *out, uint32_t n) { Cbc(in, out, &ks, n, iv.data()); });
 }
 
 template <auto Feedback>
@@ -71,10 +71,10 @@ const bool registered = [] {
          "SEED-CBC", false);
     both("seed-cfb-encrypt", oursSeedFeedback<E_SEED_CFB_Encrypt>, "SEED-CFB", true);
     both("seed-ofb", oursSeedFeedback<E_SEED_OFB_Encrypt>, "SEED-OFB", true);
-    both("des-cbc-encrypt", ours<DesKeySchedule, E_DES_KeySchedule, E_DES_CBC_Encrypt>,
-         "DES-CBC", true);
-    both("des-cbc-decrypt", ours<DesKeySchedule, E_DES_KeySchedule, E_DES_CBC_Decrypt>,
-         "DES-CBC", false);
+    both("des-cbc-encrypt", ours<DesKeySchedule, E_DES_KeySchedule, E_DES_CBC_Encrypt>, "DES-CBC",
+         true);
+    both("des-cbc-decrypt", ours<DesKeySchedule, E_DES_KeySchedule, E_DES_CBC_Decrypt>, "DES-CBC",
+         false);
     both("des-ede-cbc-encrypt", ours<Des3KeySchedule, E_DES3_KeySchedule, E_DES3_CBC_Encrypt>,
          "DES-EDE-CBC", true);
     both("des-ede3-cbc-encrypt",

@@ -85,13 +85,26 @@ inline void xorInto(Block<N> &a, const Block<N> &b) {
     for (unsigned i = 0; i < N; ++i) a[i] ^= b[i];
 }
 
+// One out-of-line copy of each block function serves the work done once per call (tails,
+// single blocks) and the narrow CFB/OFB steps; only the whole-block loops inline the rounds.
+// This keeps each mode's code to one copy of the rounds per loop.
+template <class C>
+[[gnu::noinline]] void encryptCold(Block<C::kWords> &b, const typename C::Schedule *ks) {
+    C::encrypt(b, ks);
+}
+template <class C>
+[[gnu::noinline]] void decryptCold(Block<C::kWords> &b, const typename C::Schedule *ks) {
+    C::decrypt(b, ks);
+}
+
 // Calls f(integral_constant<unsigned, 0>) .. f(integral_constant<unsigned, Count - 1>) with no
 // loop left in the code: the round sequences of the ciphers are written once and unrolled here.
 template <unsigned Count, class F>
 inline void unroll(F &&f) {
     [&]<unsigned... I>(std::integer_sequence<unsigned, I...>) {
         (f(std::integral_constant<unsigned, I>{}), ...);
-    }(std::make_integer_sequence<unsigned, Count>{});
+    }
+    (std::make_integer_sequence<unsigned, Count>{});
 }
 
 template <class C>
@@ -105,7 +118,8 @@ constexpr WordOrder stagingOf() {
 // ---- ECB ----
 
 template <class C>
-[[gnu::flatten]] void ecbEncrypt(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks, uint32_t length) {
+[[gnu::flatten]] void ecbEncrypt(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks,
+                                 uint32_t length) {
     constexpr unsigned N = C::kWords, B = 4 * N;
     for (; length >= B; length -= B, in += B, out += B) {
         auto b = load<C::kOrder, N>(in);
@@ -114,13 +128,14 @@ template <class C>
     }
     if (length) {  // zero-filled tail; a whole block is written
         auto b = loadPartial<C::kOrder, N>(in, length);
-        C::encrypt(b, ks);
+        encryptCold<C>(b, ks);
         store<C::kOrder, N>(out, b);
     }
 }
 
 template <class C>
-[[gnu::flatten]] void ecbDecrypt(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks, uint32_t length) {
+[[gnu::flatten]] void ecbDecrypt(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks,
+                                 uint32_t length) {
     constexpr unsigned N = C::kWords, B = 4 * N;
     for (; length >= B; length -= B, in += B, out += B) {
         auto b = load<C::kOrder, N>(in);
@@ -129,7 +144,7 @@ template <class C>
     }
     if (length) {  // the tail's whole block is read, only `length` bytes are written
         auto b = load<C::kOrder, N>(in);
-        C::decrypt(b, ks);
+        decryptCold<C>(b, ks);
         storePartial<C::kOrder, N>(out, b, length);
     }
 }
@@ -138,8 +153,10 @@ template <class C>
 
 // Whole blocks of CBC encryption; returns the chaining block after them.
 template <class C>
-[[gnu::always_inline]] inline Block<C::kWords> cbcEncryptBlocks(const uint8_t *&in, uint8_t *&out, const typename C::Schedule *ks,
-                                  uint32_t &length, const uint8_t *iv) {
+[[gnu::always_inline]] inline Block<C::kWords> cbcEncryptBlocks(const uint8_t *&in, uint8_t *&out,
+                                                                const typename C::Schedule *ks,
+                                                                uint32_t &length,
+                                                                const uint8_t *iv) {
     constexpr unsigned N = C::kWords, B = 4 * N;
     auto chain = load<C::kOrder, N>(iv);
     for (; length >= B; length -= B, in += B, out += B) {
@@ -151,8 +168,10 @@ template <class C>
 }
 
 template <class C>
-[[gnu::always_inline]] inline Block<C::kWords> cbcDecryptBlocks(const uint8_t *&in, uint8_t *&out, const typename C::Schedule *ks,
-                                  uint32_t &length, const uint8_t *iv) {
+[[gnu::always_inline]] inline Block<C::kWords> cbcDecryptBlocks(const uint8_t *&in, uint8_t *&out,
+                                                                const typename C::Schedule *ks,
+                                                                uint32_t &length,
+                                                                const uint8_t *iv) {
     constexpr unsigned N = C::kWords, B = 4 * N;
     auto chain = load<C::kOrder, N>(iv);
     for (; length >= B; length -= B, in += B, out += B) {
@@ -168,24 +187,24 @@ template <class C>
 
 // The caller's iv is only read; a zero-filled tail becomes one more whole output block.
 template <class C>
-[[gnu::flatten]] void cbcEncrypt(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks, uint32_t length,
-                const uint8_t *iv) {
+[[gnu::flatten]] void cbcEncrypt(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks,
+                                 uint32_t length, const uint8_t *iv) {
     auto chain = cbcEncryptBlocks<C>(in, out, ks, length, iv);
     if (length) {
         xorInto(chain, loadPartial<C::kOrder, C::kWords>(in, length));
-        C::encrypt(chain, ks);
+        encryptCold<C>(chain, ks);
         store<C::kOrder, C::kWords>(out, chain);
     }
 }
 
 // A tail reads a whole block and writes `length` bytes: the plaintext that was zero-filled.
 template <class C>
-[[gnu::flatten]] void cbcDecrypt(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks, uint32_t length,
-                const uint8_t *iv) {
+[[gnu::flatten]] void cbcDecrypt(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks,
+                                 uint32_t length, const uint8_t *iv) {
     auto chain = cbcDecryptBlocks<C>(in, out, ks, length, iv);
     if (length) {
         auto b = load<C::kOrder, C::kWords>(in);
-        C::decrypt(b, ks);
+        decryptCold<C>(b, ks);
         xorInto(b, chain);
         storePartial<C::kOrder, C::kWords>(out, b, length);
     }
@@ -195,22 +214,24 @@ template <class C>
 // directions. Encryption writes a whole block (the tail's ciphertext followed by keystream
 // bytes); decryption writes exactly the tail. Callers rely on both shapes, so both are kept.
 template <class C>
-[[gnu::flatten]] void cbcEncryptNoPad(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks,
-                     uint32_t length, const uint8_t *iv) {
+[[gnu::flatten]] void cbcEncryptNoPad(const uint8_t *in, uint8_t *out,
+                                      const typename C::Schedule *ks, uint32_t length,
+                                      const uint8_t *iv) {
     auto chain = cbcEncryptBlocks<C>(in, out, ks, length, iv);
     if (length) {
-        C::encrypt(chain, ks);
+        encryptCold<C>(chain, ks);
         xorInto(chain, loadPartial<C::kOrder, C::kWords>(in, length));
         store<C::kOrder, C::kWords>(out, chain);
     }
 }
 
 template <class C>
-[[gnu::flatten]] void cbcDecryptNoPad(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks,
-                     uint32_t length, const uint8_t *iv) {
+[[gnu::flatten]] void cbcDecryptNoPad(const uint8_t *in, uint8_t *out,
+                                      const typename C::Schedule *ks, uint32_t length,
+                                      const uint8_t *iv) {
     auto chain = cbcDecryptBlocks<C>(in, out, ks, length, iv);
     if (length) {  // only the tail's own bytes are read
-        C::encrypt(chain, ks);
+        encryptCold<C>(chain, ks);
         xorInto(chain, loadPartial<C::kOrder, C::kWords>(in, length));
         storePartial<C::kOrder, C::kWords>(out, chain, length);
     }
@@ -221,11 +242,14 @@ template <class C>
 enum class Feedback { CfbEncrypt, CfbDecrypt, Ofb };
 
 // Encrypts the register (held in staging order) with the forward cipher.
-template <class C, WordOrder S>
+template <class C, WordOrder S, bool Cold = false>
 inline Block<C::kWords> keystream(Block<C::kWords> reg, const typename C::Schedule *ks) {
     if constexpr (S != C::kOrder)
         for (auto &w : reg) w = __builtin_bswap32(w);
-    C::encrypt(reg, ks);
+    if constexpr (Cold)
+        encryptCold<C>(reg, ks);
+    else
+        C::encrypt(reg, ks);
     if constexpr (S != C::kOrder)
         for (auto &w : reg) w = __builtin_bswap32(w);
     return reg;
@@ -248,8 +272,8 @@ inline Block<N> shiftIn(const Block<N> &reg, const Block<N> &in, unsigned numbit
 // once without writing anything, the iv included. Leftover bytes (fewer than a step) are not
 // processed; the final register goes back into the iv.
 template <class C, Feedback F>
-[[gnu::flatten]] void feedbackMode(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks, int32_t numbits,
-                  uint32_t length, uint8_t *iv) {
+[[gnu::flatten]] void feedbackMode(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks,
+                                   int32_t numbits, uint32_t length, uint8_t *iv) {
     constexpr unsigned N = C::kWords, B = 4 * N;
     constexpr WordOrder S = stagingOf<C>();
     if (numbits < 1 || numbits > int32_t(8 * B)) return;
@@ -257,7 +281,9 @@ template <class C, Feedback F>
 
     Block<N> mask;  // the low `bits` bits of the staged block
     for (unsigned i = 0; i < N; ++i)
-        mask[i] = bits >= 32 * (i + 1) ? 0xFFFFFFFFu : bits <= 32 * i ? 0 : (1u << (bits - 32 * i)) - 1;
+        mask[i] = bits >= 32 * (i + 1) ? 0xFFFFFFFFu
+                  : bits <= 32 * i     ? 0
+                                       : (1u << (bits - 32 * i)) - 1;
 
     auto reg = load<S, N>(iv);
     if (bits == 8 * B) {  // whole-block feedback: no partial loads, the register is replaced
@@ -271,13 +297,17 @@ template <class C, Feedback F>
         }
     } else {
         for (; length >= n; length -= n, in += n, out += n) {
-            auto k = keystream<C, S>(reg, ks);
+            auto k = keystream<C, S, true>(reg, ks);
             auto d = loadPartial<S, N>(in, n);
             auto o = d;
             xorInto(o, k);
             for (unsigned i = 0; i < N; ++i) o[i] &= mask[i];
             storePartial<S, N>(out, o, n);
-            reg = shiftIn(reg, F == Feedback::CfbEncrypt ? o : F == Feedback::CfbDecrypt ? d : k, bits);
+            reg = shiftIn(reg,
+                          F == Feedback::CfbEncrypt   ? o
+                          : F == Feedback::CfbDecrypt ? d
+                                                      : k,
+                          bits);
         }
     }
     store<S, N>(iv, reg);
@@ -304,13 +334,13 @@ void ofb(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks, int32_
 template <class C>
 [[gnu::flatten]] void encryptBlock(uint8_t *block, const typename C::Schedule *ks) {
     auto b = load<C::kOrder, C::kWords>(block);
-    C::encrypt(b, ks);
+    encryptCold<C>(b, ks);
     store<C::kOrder, C::kWords>(block, b);
 }
 template <class C>
 [[gnu::flatten]] void decryptBlock(uint8_t *block, const typename C::Schedule *ks) {
     auto b = load<C::kOrder, C::kWords>(block);
-    C::decrypt(b, ks);
+    decryptCold<C>(b, ks);
     store<C::kOrder, C::kWords>(block, b);
 }
 

@@ -49,17 +49,17 @@ VC_API void E_SEED_CBC_Decrypt_NO_PAD(const uint8_t *input, uint8_t *output,
  * zero, leftover bytes are not processed, and the final register is written back to iv.
  * OFB decryption is the same operation as OFB encryption. */
 VC_API void E_SEED_CFB_Encrypt(const uint8_t *input, uint8_t *output,
-                               const SeedKeySchedule *roundKeys, int32_t numbits,
-                               uint32_t length, uint8_t *iv);
+                               const SeedKeySchedule *roundKeys, int32_t numbits, uint32_t length,
+                               uint8_t *iv);
 VC_API void E_SEED_CFB_Decrypt(const uint8_t *input, uint8_t *output,
-                               const SeedKeySchedule *roundKeys, int32_t numbits,
-                               uint32_t length, uint8_t *iv);
+                               const SeedKeySchedule *roundKeys, int32_t numbits, uint32_t length,
+                               uint8_t *iv);
 VC_API void E_SEED_OFB_Encrypt(const uint8_t *input, uint8_t *output,
-                               const SeedKeySchedule *roundKeys, int32_t numbits,
-                               uint32_t length, uint8_t *iv);
+                               const SeedKeySchedule *roundKeys, int32_t numbits, uint32_t length,
+                               uint8_t *iv);
 VC_API void E_SEED_OFB_Decrypt(const uint8_t *input, uint8_t *output,
-                               const SeedKeySchedule *roundKeys, int32_t numbits,
-                               uint32_t length, uint8_t *iv);
+                               const SeedKeySchedule *roundKeys, int32_t numbits, uint32_t length,
+                               uint8_t *iv);
 
 
 /* ---- DES and triple DES ---- */
@@ -93,49 +93,59 @@ VC_API void E_DES3_3Key_Decrypt(uint8_t *block, const Des3_3KeySchedule *schedul
 
 /* Modes as for SEED with an 8-byte block; CFB and OFB take numbits 1 to 64. */
 VC_API void E_DES_ECB_Encrypt(const uint8_t *input, uint8_t *output, const DesKeySchedule *schedule,
-    uint32_t length);
+                              uint32_t length);
 VC_API void E_DES_ECB_Decrypt(const uint8_t *input, uint8_t *output, const DesKeySchedule *schedule,
-    uint32_t length);
+                              uint32_t length);
 VC_API void E_DES_CBC_Encrypt(const uint8_t *input, uint8_t *output, const DesKeySchedule *schedule,
-    uint32_t length, const uint8_t *iv);
+                              uint32_t length, const uint8_t *iv);
 VC_API void E_DES_CBC_Decrypt(const uint8_t *input, uint8_t *output, const DesKeySchedule *schedule,
-    uint32_t length, const uint8_t *iv);
-VC_API void E_DES_CBC_Encrypt_NO_PAD(const uint8_t *input, uint8_t *output, const DesKeySchedule *schedule,
-    uint32_t length, const uint8_t *iv);
-VC_API void E_DES_CBC_Decrypt_NO_PAD(const uint8_t *input, uint8_t *output, const DesKeySchedule *schedule,
-    uint32_t length, const uint8_t *iv);
+                              uint32_t length, const uint8_t *iv);
+VC_API void E_DES_CBC_Encrypt_NO_PAD(const uint8_t *input, uint8_t *output,
+                                     const DesKeySchedule *schedule, uint32_t length,
+                                     const uint8_t *iv);
+VC_API void E_DES_CBC_Decrypt_NO_PAD(const uint8_t *input, uint8_t *output,
+                                     const DesKeySchedule *schedule, uint32_t length,
+                                     const uint8_t *iv);
 VC_API void E_DES_CFB_Encrypt(const uint8_t *input, uint8_t *output, const DesKeySchedule *schedule,
-    int32_t numbits, uint32_t length, uint8_t *iv);
+                              int32_t numbits, uint32_t length, uint8_t *iv);
 VC_API void E_DES_CFB_Decrypt(const uint8_t *input, uint8_t *output, const DesKeySchedule *schedule,
-    int32_t numbits, uint32_t length, uint8_t *iv);
+                              int32_t numbits, uint32_t length, uint8_t *iv);
 VC_API void E_DES_OFB_Encrypt(const uint8_t *input, uint8_t *output, const DesKeySchedule *schedule,
-    int32_t numbits, uint32_t length, uint8_t *iv);
+                              int32_t numbits, uint32_t length, uint8_t *iv);
 VC_API void E_DES_OFB_Decrypt(const uint8_t *input, uint8_t *output, const DesKeySchedule *schedule,
-    int32_t numbits, uint32_t length, uint8_t *iv);
-VC_API void E_DES3_ECB_Encrypt(const uint8_t *input, uint8_t *output, const Des3KeySchedule *schedule,
-    uint32_t length);
-VC_API void E_DES3_ECB_Decrypt(const uint8_t *input, uint8_t *output, const Des3KeySchedule *schedule,
-    uint32_t length);
-VC_API void E_DES3_CBC_Encrypt(const uint8_t *input, uint8_t *output, const Des3KeySchedule *schedule,
-    uint32_t length, const uint8_t *iv);
-VC_API void E_DES3_CBC_Decrypt(const uint8_t *input, uint8_t *output, const Des3KeySchedule *schedule,
-    uint32_t length, const uint8_t *iv);
-VC_API void E_DES3_CBC_Encrypt_NO_PAD(const uint8_t *input, uint8_t *output, const Des3KeySchedule *schedule,
-    uint32_t length, const uint8_t *iv);
-VC_API void E_DES3_CBC_Decrypt_NO_PAD(const uint8_t *input, uint8_t *output, const Des3KeySchedule *schedule,
-    uint32_t length, const uint8_t *iv);
-VC_API void E_DES3_CFB_Encrypt(const uint8_t *input, uint8_t *output, const Des3KeySchedule *schedule,
-    int32_t numbits, uint32_t length, uint8_t *iv);
-VC_API void E_DES3_CFB_Decrypt(const uint8_t *input, uint8_t *output, const Des3KeySchedule *schedule,
-    int32_t numbits, uint32_t length, uint8_t *iv);
-VC_API void E_DES3_OFB_Encrypt(const uint8_t *input, uint8_t *output, const Des3KeySchedule *schedule,
-    int32_t numbits, uint32_t length, uint8_t *iv);
-VC_API void E_DES3_OFB_Decrypt(const uint8_t *input, uint8_t *output, const Des3KeySchedule *schedule,
-    int32_t numbits, uint32_t length, uint8_t *iv);
+                              int32_t numbits, uint32_t length, uint8_t *iv);
+VC_API void E_DES3_ECB_Encrypt(const uint8_t *input, uint8_t *output,
+                               const Des3KeySchedule *schedule, uint32_t length);
+VC_API void E_DES3_ECB_Decrypt(const uint8_t *input, uint8_t *output,
+                               const Des3KeySchedule *schedule, uint32_t length);
+VC_API void E_DES3_CBC_Encrypt(const uint8_t *input, uint8_t *output,
+                               const Des3KeySchedule *schedule, uint32_t length, const uint8_t *iv);
+VC_API void E_DES3_CBC_Decrypt(const uint8_t *input, uint8_t *output,
+                               const Des3KeySchedule *schedule, uint32_t length, const uint8_t *iv);
+VC_API void E_DES3_CBC_Encrypt_NO_PAD(const uint8_t *input, uint8_t *output,
+                                      const Des3KeySchedule *schedule, uint32_t length,
+                                      const uint8_t *iv);
+VC_API void E_DES3_CBC_Decrypt_NO_PAD(const uint8_t *input, uint8_t *output,
+                                      const Des3KeySchedule *schedule, uint32_t length,
+                                      const uint8_t *iv);
+VC_API void E_DES3_CFB_Encrypt(const uint8_t *input, uint8_t *output,
+                               const Des3KeySchedule *schedule, int32_t numbits, uint32_t length,
+                               uint8_t *iv);
+VC_API void E_DES3_CFB_Decrypt(const uint8_t *input, uint8_t *output,
+                               const Des3KeySchedule *schedule, int32_t numbits, uint32_t length,
+                               uint8_t *iv);
+VC_API void E_DES3_OFB_Encrypt(const uint8_t *input, uint8_t *output,
+                               const Des3KeySchedule *schedule, int32_t numbits, uint32_t length,
+                               uint8_t *iv);
+VC_API void E_DES3_OFB_Decrypt(const uint8_t *input, uint8_t *output,
+                               const Des3KeySchedule *schedule, int32_t numbits, uint32_t length,
+                               uint8_t *iv);
 VC_API void E_DES3_3Key_CBC_Encrypt(const uint8_t *input, uint8_t *output,
-    const Des3_3KeySchedule *schedule, uint32_t length, const uint8_t *iv);
+                                    const Des3_3KeySchedule *schedule, uint32_t length,
+                                    const uint8_t *iv);
 VC_API void E_DES3_3Key_CBC_Decrypt(const uint8_t *input, uint8_t *output,
-    const Des3_3KeySchedule *schedule, uint32_t length, const uint8_t *iv);
+                                    const Des3_3KeySchedule *schedule, uint32_t length,
+                                    const uint8_t *iv);
 
 
 /* ---- IDEA ---- */

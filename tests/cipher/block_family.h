@@ -4,9 +4,8 @@
 // width), written over an arbitrary single-block function.
 #pragma once
 
-#include <openssl/evp.h>
-
 #include <gtest/gtest.h>
+#include <openssl/evp.h>
 
 #include <functional>
 #include <map>
@@ -66,7 +65,8 @@ const std::vector<Family> &families();
 
 // ---- OpenSSL ----
 
-inline Bytes evp(const char *name, const Bytes &key, const Bytes &iv, const Bytes &in, bool encrypt) {
+inline Bytes evp(const char *name, const Bytes &key, const Bytes &iv, const Bytes &in,
+                 bool encrypt) {
     EXPECT_TRUE(vctest::loadOpenSslLegacy());
     static std::map<std::string, EVP_CIPHER *> cache;
     EVP_CIPHER *&cipher = cache[name];
@@ -139,7 +139,8 @@ inline void modelFeedback(const BlockFn &enc, uint32_t bs, Feedback mode, int32_
     Bytes reg = iv;
     for (size_t pos = 0; pos + n <= in.size(); pos += n) {
         Bytes k = enc(reg), o(bs, 0), d(bs, 0);
-        for (size_t t = 0; t < bits; ++t) o[t / 8] |= uint8_t((bit(in, 8 * pos + t) ^ bit(k, t)) << (t % 8));
+        for (size_t t = 0; t < bits; ++t)
+            o[t / 8] |= uint8_t((bit(in, 8 * pos + t) ^ bit(k, t)) << (t % 8));
         for (size_t j = 0; j < n; ++j) out[pos + j] = o[j], d[j] = in[pos + j];
         const Bytes &fed = mode == Feedback::CfbEncrypt ? o : mode == Feedback::CfbDecrypt ? d : k;
         Bytes next(bs, 0);

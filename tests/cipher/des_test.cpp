@@ -1,8 +1,7 @@
 // DES and triple DES: published known answers and the key-schedule properties (parity ignored,
 // weak keys accepted, the triple forms reducing to single DES).
-#include <vorelcrypto/cipher.h>
-
 #include <gtest/gtest.h>
+#include <vorelcrypto/cipher.h>
 
 #include <cstring>
 

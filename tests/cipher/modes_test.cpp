@@ -2,9 +2,8 @@
 // (whole blocks, 8-bit and full-block CFB, full-block OFB), against the models of
 // block_family.h for zero-fill tails, the _NO_PAD tail and CFB/OFB of any width, and
 // in-place operation. Each check runs on random keys, ivs and lengths from a seeded generator.
-#include <vorelcrypto/cipher.h>
-
 #include <gtest/gtest.h>
+#include <vorelcrypto/cipher.h>
 
 #include "cipher/block_family.h"
 
@@ -36,8 +35,8 @@ const std::vector<Family> &families() {
          Des3::feedback<E_DES3_CFB_Encrypt>, Des3::feedback<E_DES3_CFB_Decrypt>,
          Des3::feedback<E_DES3_OFB_Encrypt>, Des3::feedback<E_DES3_OFB_Decrypt>},
         {"DES3_3Key", 8, 24, "DES-EDE3", "DES-EDE3-CBC", "", "", "", nullptr, nullptr,
-         Des33::cbc<E_DES3_3Key_CBC_Encrypt>, Des33::cbc<E_DES3_3Key_CBC_Decrypt>, nullptr,
-         nullptr, nullptr, nullptr, nullptr, nullptr},
+         Des33::cbc<E_DES3_3Key_CBC_Encrypt>, Des33::cbc<E_DES3_3Key_CBC_Decrypt>, nullptr, nullptr,
+         nullptr, nullptr, nullptr, nullptr},
     };
     return all;
 }
@@ -158,9 +157,9 @@ TEST(Modes, FeedbackOfAnyWidth) {
         if (!f.cfbEncrypt) continue;
         SCOPED_TRACE(f.name);
         const auto full = int32_t(8 * f.block);
-        const std::vector<int32_t> widths = {1,  2,  7,  8,  9,        15,       16,      17,
-                                             31, 32, 33, 63, full - 1, full,     full + 1,
-                                             0,  -1, 48, 96, 127,      full + 64};
+        const std::vector<int32_t> widths = {1,        2,  7,  8,  9,  15,       16,
+                                             17,       31, 32, 33, 63, full - 1, full,
+                                             full + 1, 0,  -1, 48, 96, 127,      full + 64};
         for (int32_t numbits : widths) {
             if (numbits > full + 64) continue;
             for (int trial = 0; trial < 3; ++trial) {
@@ -179,7 +178,8 @@ TEST(Modes, FeedbackOfAnyWidth) {
 
                 const Bytes written_ = slice(cipher, 0, n);
                 Bytes plain = fresh(), ivPlain = iv;
-                modelFeedback(enc, f.block, Feedback::CfbDecrypt, numbits, written_, plain, ivPlain);
+                modelFeedback(enc, f.block, Feedback::CfbDecrypt, numbits, written_, plain,
+                              ivPlain);
                 got = fresh(), ivGot = iv;
                 f.cfbDecrypt(key, written_.data(), got.data(), numbits, n, ivGot.data());
                 EXPECT_EQ(got, plain);
@@ -219,9 +219,14 @@ TEST(Modes, InPlace) {
                 check([&](auto *i, auto *o, auto *) { f.ecbEncrypt(key, i, o, n); }, up, "ECB ");
                 check([&](auto *i, auto *o, auto *) { f.ecbDecrypt(key, i, o, n); }, n, "ECB ");
             }
-            for (auto [fn, length] : {std::pair{f.cbcEncrypt, up}, {f.cbcDecrypt, n},
-                                      {f.noPadEncrypt, up}, {f.noPadDecrypt, n}})
-                if (fn) check([&](auto *i, auto *o, auto *v) { fn(key, i, o, n, v); }, length, "CBC ");
+            for (const auto &[cbc, length] : {std::pair{f.cbcEncrypt, up},
+                                              {f.cbcDecrypt, n},
+                                              {f.noPadEncrypt, up},
+                                              {f.noPadDecrypt, n}}) {
+                const CbcFn fn = cbc;
+                if (fn)
+                    check([&](auto *i, auto *o, auto *v) { fn(key, i, o, n, v); }, length, "CBC ");
+            }
             for (FeedbackFn fn : {f.cfbEncrypt, f.cfbDecrypt, f.ofbEncrypt, f.ofbDecrypt})
                 for (int32_t bits : {1, 8, 13, int32_t(8 * f.block)}) {
                     const uint32_t step = uint32_t(bits + 7) / 8;

@@ -1,7 +1,6 @@
 // SEED against the RFC 4269 vectors and against OpenSSL's SEED (ECB, CBC, CFB, OFB).
-#include <vorelcrypto/cipher.h>
-
 #include <gtest/gtest.h>
+#include <vorelcrypto/cipher.h>
 
 #include "support/test_util.h"
 
