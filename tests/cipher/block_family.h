@@ -8,7 +8,6 @@
 #include <openssl/evp.h>
 
 #include <functional>
-#include <map>
 #include <string>
 
 #include "support/test_util.h"
@@ -68,9 +67,7 @@ const std::vector<Family> &families();
 inline Bytes evp(const char *name, const Bytes &key, const Bytes &iv, const Bytes &in,
                  bool encrypt) {
     EXPECT_TRUE(vctest::loadOpenSslLegacy());
-    static std::map<std::string, EVP_CIPHER *> cache;
-    EVP_CIPHER *&cipher = cache[name];
-    if (!cipher) cipher = EVP_CIPHER_fetch(nullptr, name, nullptr);
+    EVP_CIPHER *cipher = EVP_CIPHER_fetch(nullptr, name, nullptr);
     EXPECT_NE(cipher, nullptr) << name;
     Bytes out(in.size() + 64);
     int n = 0, m = 0;
@@ -81,6 +78,7 @@ inline Bytes evp(const char *name, const Bytes &key, const Bytes &iv, const Byte
               EVP_CipherUpdate(ctx, out.data(), &n, in.data(), int(in.size())) == 1 &&
               EVP_CipherFinal_ex(ctx, out.data() + n, &m) == 1;
     EVP_CIPHER_CTX_free(ctx);
+    EVP_CIPHER_free(cipher);
     EXPECT_TRUE(ok) << name;
     out.resize(size_t(n + m));
     return out;
