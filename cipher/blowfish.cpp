@@ -1,6 +1,6 @@
 // Blowfish (Schneier, 1993): 16 Feistel rounds on two big-endian words, key-dependent S-boxes.
 #include "cipher/blowfish_pi.h"
-#include "cipher/bytes64.h"
+#include "cipher/modes64.h"
 
 #include <vorelcrypto/cipher.h>
 
@@ -16,27 +16,32 @@ inline uint32_t f(const BlowfishKeySchedule *ks, uint32_t x) {
            ks->S[3][x & 0xFF];
 }
 
-inline void blowfishEncrypt(const BlowfishKeySchedule *ks, uint32_t &left, uint32_t &right) {
-    const uint32_t *p = ks->P;
-    uint32_t l = left ^ p[0], r = right;
-    for (int i = 1; i < 17; i += 2) {
-        r ^= f(ks, l) ^ p[i];
-        l ^= f(ks, r) ^ p[i + 1];
-    }
-    left = r ^ p[17];
-    right = l;
-}
+struct BlowfishCipher {
+    using Schedule = BlowfishKeySchedule;
+    static constexpr unsigned kWords = 2;
+    static constexpr WordOrder kOrder = WordOrder::Big;
 
-inline void blowfishDecrypt(const BlowfishKeySchedule *ks, uint32_t &left, uint32_t &right) {
-    const uint32_t *p = ks->P;
-    uint32_t l = left ^ p[17], r = right;
-    for (int i = 16; i > 0; i -= 2) {
-        r ^= f(ks, l) ^ p[i];
-        l ^= f(ks, r) ^ p[i - 1];
+    static void encrypt(Block<2> &b, const Schedule *ks) {
+        const uint32_t *p = ks->P;
+        uint32_t l = b[0] ^ p[0], r = b[1];
+        unroll<8>([&](auto i) {
+            r ^= f(ks, l) ^ p[2 * i + 1];
+            l ^= f(ks, r) ^ p[2 * i + 2];
+        });
+        b[0] = r ^ p[17];
+        b[1] = l;
     }
-    left = r ^ p[0];
-    right = l;
-}
+    static void decrypt(Block<2> &b, const Schedule *ks) {
+        const uint32_t *p = ks->P;
+        uint32_t l = b[0] ^ p[17], r = b[1];
+        unroll<8>([&](auto i) {
+            r ^= f(ks, l) ^ p[16 - 2 * i];
+            l ^= f(ks, r) ^ p[15 - 2 * i];
+        });
+        b[0] = r ^ p[0];
+        b[1] = l;
+    }
+};
 
 }  // namespace
 }  // namespace vc::cipher
@@ -59,30 +64,19 @@ void E_BF_KeySchedule(BlowfishKeySchedule *schedule, const uint8_t *key, uint32_
         }
     }
     // Replace P, then the S-boxes, two words at a time with the encryption of a running block.
-    uint32_t l = 0, r = 0;
+    Block<2> b = {0, 0};
     for (int i = 0; i < 18; i += 2) {
-        blowfishEncrypt(schedule, l, r);
-        schedule->P[i] = l;
-        schedule->P[i + 1] = r;
+        BlowfishCipher::encrypt(b, schedule);
+        schedule->P[i] = b[0];
+        schedule->P[i + 1] = b[1];
     }
     for (auto &box : schedule->S)
         for (int i = 0; i < 256; i += 2) {
-            blowfishEncrypt(schedule, l, r);
-            box[i] = l;
-            box[i + 1] = r;
+            BlowfishCipher::encrypt(b, schedule);
+            box[i] = b[0];
+            box[i + 1] = b[1];
         }
 }
 
-void E_BF_Encrypt(uint8_t *block, const BlowfishKeySchedule *schedule) {
-    uint32_t l = loadBe32(block), r = loadBe32(block + 4);
-    blowfishEncrypt(schedule, l, r);
-    storeBe32(block, l);
-    storeBe32(block + 4, r);
-}
-
-void E_BF_Decrypt(uint8_t *block, const BlowfishKeySchedule *schedule) {
-    uint32_t l = loadBe32(block), r = loadBe32(block + 4);
-    blowfishDecrypt(schedule, l, r);
-    storeBe32(block, l);
-    storeBe32(block + 4, r);
-}
+// The OFB length counts bits: existing callers pass bit counts.
+VC_DEFINE_MODES_64(BF, BlowfishCipher, 8)

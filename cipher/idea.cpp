@@ -1,6 +1,6 @@
 // IDEA (Lai and Massey): eight rounds on four big-endian 16-bit words mixing XOR, addition
 // modulo 2^16 and multiplication modulo 2^16 + 1 (with 0 standing for 2^16).
-#include "cipher/bytes64.h"
+#include "cipher/modes64.h"
 
 #include <vorelcrypto/cipher.h>
 
@@ -32,8 +32,8 @@ uint32_t mulInverse(uint32_t x) {
 
 inline uint32_t negate(uint32_t x) { return (0x10000 - x) & 0xFFFF; }
 
-inline void ideaCrypt(const uint32_t *k, uint32_t &left, uint32_t &right) {
-    uint32_t x1 = left >> 16, x2 = left & 0xFFFF, x3 = right >> 16, x4 = right & 0xFFFF;
+inline void ideaCrypt(const uint32_t *k, Block<2> &block) {
+    uint32_t x1 = block[0] >> 16, x2 = block[0] & 0xFFFF, x3 = block[1] >> 16, x4 = block[1] & 0xFFFF;
     for (int round = 0; round < 8; ++round, k += 6) {
         uint32_t a = mul(x1, k[0]), b = (x2 + k[1]) & 0xFFFF;
         uint32_t c = (x3 + k[2]) & 0xFFFF, d = mul(x4, k[3]);
@@ -46,9 +46,17 @@ inline void ideaCrypt(const uint32_t *k, uint32_t &left, uint32_t &right) {
         x3 = b ^ e;
     }
     // The output transformation undoes the last round's exchange of the middle words.
-    left = mul(x1, k[0]) << 16 | ((x3 + k[1]) & 0xFFFF);
-    right = ((x2 + k[2]) & 0xFFFF) << 16 | mul(x4, k[3]);
+    block[0] = mul(x1, k[0]) << 16 | ((x3 + k[1]) & 0xFFFF);
+    block[1] = ((x2 + k[2]) & 0xFFFF) << 16 | mul(x4, k[3]);
 }
+
+struct IdeaCipher {
+    using Schedule = IdeaKeySchedule;
+    static constexpr unsigned kWords = 2;
+    static constexpr WordOrder kOrder = WordOrder::Big;
+    static void encrypt(Block<2> &b, const Schedule *ks) { ideaCrypt(ks->encrypt, b); }
+    static void decrypt(Block<2> &b, const Schedule *ks) { ideaCrypt(ks->decrypt, b); }
+};
 
 }  // namespace
 }  // namespace vc::cipher
@@ -57,8 +65,8 @@ using namespace vc::cipher;
 
 void E_IDEA_KeySchedule(IdeaKeySchedule *schedule, const uint8_t *key) {
     // The 128-bit key, rotated left by 25 bits after every eight subkeys.
-    uint64_t hi = uint64_t(loadBe32(key)) << 32 | loadBe32(key + 4);
-    uint64_t lo = uint64_t(loadBe32(key + 8)) << 32 | loadBe32(key + 12);
+    uint64_t hi = uint64_t(loadWord<WordOrder::Big>(key)) << 32 | loadWord<WordOrder::Big>(key + 4);
+    uint64_t lo = uint64_t(loadWord<WordOrder::Big>(key + 8)) << 32 | loadWord<WordOrder::Big>(key + 12);
     uint32_t *ek = schedule->encrypt;
     for (int i = 0; i < 52; ++i) {
         int j = i % 8;
@@ -86,16 +94,4 @@ void E_IDEA_KeySchedule(IdeaKeySchedule *schedule, const uint8_t *key) {
     }
 }
 
-void E_IDEA_Encrypt(uint8_t *block, const IdeaKeySchedule *schedule) {
-    uint32_t l = loadBe32(block), r = loadBe32(block + 4);
-    ideaCrypt(schedule->encrypt, l, r);
-    storeBe32(block, l);
-    storeBe32(block + 4, r);
-}
-
-void E_IDEA_Decrypt(uint8_t *block, const IdeaKeySchedule *schedule) {
-    uint32_t l = loadBe32(block), r = loadBe32(block + 4);
-    ideaCrypt(schedule->decrypt, l, r);
-    storeBe32(block, l);
-    storeBe32(block + 4, r);
-}
+VC_DEFINE_MODES_64(IDEA, IdeaCipher, 1)

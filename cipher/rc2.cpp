@@ -1,5 +1,5 @@
 // RC2 (RFC 2268): four little-endian 16-bit words, 16 mixing rounds and two mashing rounds.
-#include "cipher/bytes64.h"
+#include "cipher/modes64.h"
 
 #include <vorelcrypto/cipher.h>
 
@@ -51,8 +51,8 @@ inline uint32_t ror16(uint32_t x, int n) { return ((x >> n) | (x << (16 - n))) &
         r0 = (ror16(r0, 1) - (k)[0] - (r3 & r2) - (~r3 & r1)) & 0xFFFF; \
     } while (0)
 
-inline void rc2Encrypt(const uint16_t *k, uint32_t &lo, uint32_t &hi) {
-    uint32_t r0 = lo & 0xFFFF, r1 = lo >> 16, r2 = hi & 0xFFFF, r3 = hi >> 16;
+inline void rc2Encrypt(const uint16_t *k, Block<2> &b) {
+    uint32_t r0 = b[0] & 0xFFFF, r1 = b[0] >> 16, r2 = b[1] & 0xFFFF, r3 = b[1] >> 16;
     for (int j = 0; j < 20; j += 4) RC2_MIX(k + j);
     r0 = (r0 + k[r3 & 63]) & 0xFFFF;
     r1 = (r1 + k[r0 & 63]) & 0xFFFF;
@@ -64,12 +64,12 @@ inline void rc2Encrypt(const uint16_t *k, uint32_t &lo, uint32_t &hi) {
     r2 = (r2 + k[r1 & 63]) & 0xFFFF;
     r3 = (r3 + k[r2 & 63]) & 0xFFFF;
     for (int j = 44; j < 64; j += 4) RC2_MIX(k + j);
-    lo = r1 << 16 | r0;
-    hi = r3 << 16 | r2;
+    b[0] = r1 << 16 | r0;
+    b[1] = r3 << 16 | r2;
 }
 
-inline void rc2Decrypt(const uint16_t *k, uint32_t &lo, uint32_t &hi) {
-    uint32_t r0 = lo & 0xFFFF, r1 = lo >> 16, r2 = hi & 0xFFFF, r3 = hi >> 16;
+inline void rc2Decrypt(const uint16_t *k, Block<2> &b) {
+    uint32_t r0 = b[0] & 0xFFFF, r1 = b[0] >> 16, r2 = b[1] & 0xFFFF, r3 = b[1] >> 16;
     for (int j = 60; j >= 44; j -= 4) RC2_UNMIX(k + j);
     r3 = (r3 - k[r2 & 63]) & 0xFFFF;
     r2 = (r2 - k[r1 & 63]) & 0xFFFF;
@@ -81,9 +81,17 @@ inline void rc2Decrypt(const uint16_t *k, uint32_t &lo, uint32_t &hi) {
     r1 = (r1 - k[r0 & 63]) & 0xFFFF;
     r0 = (r0 - k[r3 & 63]) & 0xFFFF;
     for (int j = 16; j >= 0; j -= 4) RC2_UNMIX(k + j);
-    lo = r1 << 16 | r0;
-    hi = r3 << 16 | r2;
+    b[0] = r1 << 16 | r0;
+    b[1] = r3 << 16 | r2;
 }
+
+struct Rc2Cipher {
+    using Schedule = Rc2KeySchedule;
+    static constexpr unsigned kWords = 2;
+    static constexpr WordOrder kOrder = WordOrder::Little;
+    static void encrypt(Block<2> &b, const Schedule *ks) { rc2Encrypt(ks->K, b); }
+    static void decrypt(Block<2> &b, const Schedule *ks) { rc2Decrypt(ks->K, b); }
+};
 
 }  // namespace
 }  // namespace vc::cipher
@@ -106,16 +114,4 @@ void E_RC2_KeySchedule(Rc2KeySchedule *schedule, const uint8_t *key, uint32_t ke
     for (int i = 0; i < 64; ++i) schedule->K[i] = uint16_t(l[2 * i] | l[2 * i + 1] << 8);
 }
 
-void E_RC2_Encrypt(uint8_t *block, const Rc2KeySchedule *schedule) {
-    uint32_t lo = loadLe32(block), hi = loadLe32(block + 4);
-    rc2Encrypt(schedule->K, lo, hi);
-    storeLe32(block, lo);
-    storeLe32(block + 4, hi);
-}
-
-void E_RC2_Decrypt(uint8_t *block, const Rc2KeySchedule *schedule) {
-    uint32_t lo = loadLe32(block), hi = loadLe32(block + 4);
-    rc2Decrypt(schedule->K, lo, hi);
-    storeLe32(block, lo);
-    storeLe32(block + 4, hi);
-}
+VC_DEFINE_MODES_64(RC2, Rc2Cipher, 1)

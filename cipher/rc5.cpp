@@ -1,9 +1,9 @@
 // RC5-32 (RFC 2040): two little-endian 32-bit words, data-dependent rotations, 0 to 16 rounds.
-#include "cipher/bytes64.h"
-
 #include <vorelcrypto/cipher.h>
 
 #include <cstdlib>
+
+#include "cipher/modes64.h"
 
 namespace vc::cipher {
 namespace {
@@ -12,27 +12,32 @@ constexpr uint32_t kP32 = 0xB7E15163, kQ32 = 0x9E3779B9;
 constexpr int32_t kMaxRounds = 16;
 constexpr uint32_t kStackKeyWords = 64;  // keys up to 256 bytes need no heap
 
-inline void rc5Encrypt(const Rc5KeySchedule *ks, uint32_t &a, uint32_t &b) {
-    const uint32_t *s = ks->S;
-    uint32_t x = a + s[0], y = b + s[1];
-    for (int32_t i = 1; i <= ks->rounds; ++i) {
-        x = rotl32(x ^ y, y) + s[2 * i];
-        y = rotl32(y ^ x, x) + s[2 * i + 1];
-    }
-    a = x;
-    b = y;
-}
+struct Rc5Cipher {
+    using Schedule = Rc5KeySchedule;
+    static constexpr unsigned kWords = 2;
+    static constexpr WordOrder kOrder = WordOrder::Little;
 
-inline void rc5Decrypt(const Rc5KeySchedule *ks, uint32_t &a, uint32_t &b) {
-    const uint32_t *s = ks->S;
-    uint32_t x = a, y = b;
-    for (int32_t i = ks->rounds; i >= 1; --i) {
-        y = rotr32(y - s[2 * i + 1], x) ^ x;
-        x = rotr32(x - s[2 * i], y) ^ y;
+    static void encrypt(Block<2> &b, const Schedule *ks) {
+        const uint32_t *s = ks->S;
+        uint32_t x = b[0] + s[0], y = b[1] + s[1];
+        for (int32_t i = 1; i <= ks->rounds; ++i) {
+            x = rotl32(x ^ y, y) + s[2 * i];
+            y = rotl32(y ^ x, x) + s[2 * i + 1];
+        }
+        b[0] = x;
+        b[1] = y;
     }
-    a = x - s[0];
-    b = y - s[1];
-}
+    static void decrypt(Block<2> &b, const Schedule *ks) {
+        const uint32_t *s = ks->S;
+        uint32_t x = b[0], y = b[1];
+        for (int32_t i = ks->rounds; i >= 1; --i) {
+            y = rotr32(y - s[2 * i + 1], x) ^ x;
+            x = rotr32(x - s[2 * i], y) ^ y;
+        }
+        b[0] = x - s[0];
+        b[1] = y - s[1];
+    }
+};
 
 }  // namespace
 }  // namespace vc::cipher
@@ -73,16 +78,4 @@ void E_RC5_KeySchedule(Rc5KeySchedule *schedule, const uint8_t *key, uint32_t ke
     if (l != stackWords) std::free(l);
 }
 
-void E_RC5_Encrypt(uint8_t *block, const Rc5KeySchedule *schedule) {
-    uint32_t a = loadLe32(block), b = loadLe32(block + 4);
-    rc5Encrypt(schedule, a, b);
-    storeLe32(block, a);
-    storeLe32(block + 4, b);
-}
-
-void E_RC5_Decrypt(uint8_t *block, const Rc5KeySchedule *schedule) {
-    uint32_t a = loadLe32(block), b = loadLe32(block + 4);
-    rc5Decrypt(schedule, a, b);
-    storeLe32(block, a);
-    storeLe32(block + 4, b);
-}
+VC_DEFINE_MODES_64(RC5, Rc5Cipher, 1)

@@ -46,4 +46,26 @@ TEST(Idea, BlocksAgainstLibgcrypt) {
     }
 }
 
+
+const cbtest::Family<IdeaKeySchedule> kIdea = {
+    E_IDEA_ECB_Encrypt, E_IDEA_ECB_Decrypt, E_IDEA_CBC_Encrypt, E_IDEA_CBC_Decrypt,
+    E_IDEA_CFB_Encrypt, E_IDEA_CFB_Decrypt, E_IDEA_OFB_Encrypt, E_IDEA_OFB_Decrypt, 1};
+
+TEST(Idea, ModesAgainstLibgcrypt) {
+    cbtest::differential<IdeaKeySchedule>(
+        kIdea,
+        [](vctest::Rng &rng, IdeaKeySchedule &ks) {
+            Bytes key = rng.bytes(16);
+            E_IDEA_KeySchedule(&ks, key.data());
+            return key;
+        },
+        cbtest::gcryptIdea);
+}
+
+TEST(Idea, SharedModeBehaviour) {
+    IdeaKeySchedule ks;
+    E_IDEA_KeySchedule(&ks, fromHex("00010002000300040005000600070008").data());
+    cbtest::sharedModeChecks(kIdea, ks);
+}
+
 }  // namespace

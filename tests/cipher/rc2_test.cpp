@@ -57,4 +57,46 @@ TEST(Rc2, KeyParametersAgainstOpenSsl) {
     }
 }
 
+
+const cbtest::Family<Rc2KeySchedule> kRc2 = {
+    E_RC2_ECB_Encrypt, E_RC2_ECB_Decrypt, E_RC2_CBC_Encrypt, E_RC2_CBC_Decrypt, E_RC2_CFB_Encrypt,
+    E_RC2_CFB_Decrypt, E_RC2_OFB_Encrypt, E_RC2_OFB_Decrypt, 1};
+
+// OpenSSL EVP as the oracle of every mode; CFB with 8-bit feedback is modelled on its ECB.
+cbtest::Oracle evpOracle(const char *prefix, int rc2Bits = 0) {
+    return [prefix, rc2Bits](cbtest::Mode mode, bool enc, const Bytes &key, const Bytes &iv,
+                             const Bytes &in) {
+        std::string p = prefix;
+        switch (mode) {
+            case cbtest::Mode::Ecb: return cbtest::evp((p + "-ECB").c_str(), enc, key, {}, in, rc2Bits);
+            case cbtest::Mode::Cbc: return cbtest::evp((p + "-CBC").c_str(), enc, key, iv, in, rc2Bits);
+            case cbtest::Mode::Cfb64: return cbtest::evp((p + "-CFB").c_str(), enc, key, iv, in, rc2Bits);
+            case cbtest::Mode::Ofb64: return cbtest::evp((p + "-OFB").c_str(), enc, key, iv, in, rc2Bits);
+            case cbtest::Mode::Cfb8: break;
+        }
+        auto block = [&](const Bytes &b) { return cbtest::evp((p + "-ECB").c_str(), true, key, {}, b, rc2Bits); };
+        return cbtest::cfb8FromEcb(block, enc, iv, in);
+    };
+}
+
+TEST(Rc2, ModesAgainstOpenSsl) {
+    for (int bits : {40, 64, 128, 1024}) {
+        SCOPED_TRACE(bits);
+        cbtest::differential<Rc2KeySchedule>(
+            kRc2,
+            [bits](vctest::Rng &rng, Rc2KeySchedule &ks) {
+                Bytes key = rng.bytes(1 + rng.below(128));
+                E_RC2_KeySchedule(&ks, key.data(), uint32_t(key.size()), bits);
+                return key;
+            },
+            evpOracle("RC2", bits), 15);
+    }
+}
+
+TEST(Rc2, SharedModeBehaviour) {
+    Rc2KeySchedule ks;
+    E_RC2_KeySchedule(&ks, fromHex("88bca90e90875a").data(), 7, 64);
+    cbtest::sharedModeChecks(kRc2, ks);
+}
+
 }  // namespace
