@@ -126,4 +126,14 @@ TEST(Blowfish, OfbLengthInBits) {
     EXPECT_EQ(toHex(a.data(), 20), toHex(expect));
 }
 
+
+// Widths that are not whole bytes run most significant bit first, as Blowfish's big-endian
+// words suggest; block function from OpenSSL.
+TEST(Blowfish, EveryFeedbackWidth) {
+    Bytes key = fromHex("0123456789abcdeffedcba9876543210");
+    BlowfishKeySchedule ks;
+    E_BF_KeySchedule(&ks, key.data(), uint32_t(key.size()));
+    cbtest::feedbackWidths(kBf, ks, [&](const Bytes &b) { return cbtest::evp("BF-ECB", true, key, {}, b); }, true);
+}
+
 }  // namespace

@@ -68,4 +68,13 @@ TEST(Idea, SharedModeBehaviour) {
     cbtest::sharedModeChecks(kIdea, ks);
 }
 
+
+// Widths that are not whole bytes run most significant bit first; block function from libgcrypt.
+TEST(Idea, EveryFeedbackWidth) {
+    Bytes key = fromHex("00010002000300040005000600070008");
+    IdeaKeySchedule ks;
+    E_IDEA_KeySchedule(&ks, key.data());
+    cbtest::feedbackWidths(kIdea, ks, [&](const Bytes &b) { return cbtest::gcryptIdea(cbtest::Mode::Ecb, true, key, {}, b); }, true);
+}
+
 }  // namespace

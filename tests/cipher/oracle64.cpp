@@ -71,4 +71,42 @@ Bytes cfb8FromEcb(const std::function<Bytes(const Bytes &)> &encryptBlock, bool 
     return out;
 }
 
+Bytes bitFeedbackModel(const std::function<Bytes(const Bytes &)> &encryptBlock, Feedback mode,
+                       bool msbFirst, int numbits, Bytes &iv, const Bytes &input) {
+    auto toWord = [&](const uint8_t *p, size_t count) {
+        uint64_t w = 0;
+        for (size_t i = 0; i < 8; ++i) {
+            uint64_t byte = i < count ? p[i] : 0;
+            w |= msbFirst ? byte << (56 - 8 * i) : byte << (8 * i);
+        }
+        return w;
+    };
+    auto toBytes = [&](uint64_t w) {
+        Bytes b(8);
+        for (size_t i = 0; i < 8; ++i) b[i] = uint8_t(msbFirst ? w >> (56 - 8 * i) : w >> (8 * i));
+        return b;
+    };
+    const unsigned k = unsigned(numbits), n = (k + 7) / 8;
+    const uint64_t low = k == 64 ? ~0ull : (1ull << k) - 1;
+    // The first k bits of a staged word, as a k-bit number.
+    auto segment = [&](uint64_t w) { return msbFirst ? (k == 64 ? w : w >> (64 - k)) : w & low; };
+    auto place = [&](uint64_t s) { return msbFirst ? (k == 64 ? s : s << (64 - k)) : s; };
+    uint64_t reg = toWord(iv.data(), 8);
+    Bytes out(input.size(), 0xEE);
+    for (size_t at = 0; at + n <= input.size(); at += n) {
+        uint64_t key = segment(toWord(encryptBlock(toBytes(reg)).data(), 8));
+        uint64_t data = segment(toWord(input.data() + at, n));
+        uint64_t c = data ^ key;
+        Bytes o = toBytes(place(c));
+        std::copy(o.begin(), o.begin() + n, out.begin() + long(at));
+        uint64_t in = mode == Feedback::CfbEncrypt ? c : mode == Feedback::CfbDecrypt ? data : key;
+        if (k == 64)
+            reg = in;
+        else
+            reg = msbFirst ? reg << k | in : reg >> k | in << (64 - k);
+    }
+    iv = toBytes(reg);
+    return out;
+}
+
 }  // namespace cbtest

@@ -30,6 +30,15 @@ Bytes gcryptIdea(Mode mode, bool encrypt, const Bytes &key, const Bytes &iv, con
 Bytes cfb8FromEcb(const std::function<Bytes(const Bytes &)> &encryptBlock, bool encrypt,
                   const Bytes &iv, const Bytes &input);
 
+enum class Feedback { CfbEncrypt, CfbDecrypt, Ofb };
+
+// CFB or OFB of any width 1..64 on steps of n = (numbits + 7) / 8 bytes, written bit by bit on
+// a 64-bit register: msbFirst takes register and data as big-endian bit strings (the first bits
+// are the most significant), otherwise as little-endian numbers (the first bits are the least
+// significant). Leftover bytes stay unwritten (0xEE); iv receives the final register.
+Bytes bitFeedbackModel(const std::function<Bytes(const Bytes &)> &encryptBlock, Feedback mode,
+                       bool msbFirst, int numbits, Bytes &iv, const Bytes &input);
+
 // One cipher family of ours, bound to a key schedule made from a key.
 template <class Schedule>
 struct Family {
@@ -151,6 +160,31 @@ void sharedModeChecks(const Family<Schedule> &f, const Schedule &ks) {
     f.ecbEnc(plain.data(), a.data(), &ks, 13);
     f.ecbEnc(padded.data(), b.data(), &ks, 16);
     EXPECT_EQ(a, b);
+}
+
+// Every feedback width 1..64 of our CFB (both directions) and OFB against the bit model.
+template <class Schedule>
+void feedbackWidths(const Family<Schedule> &f, const Schedule &ks,
+                    const std::function<Bytes(const Bytes &)> &encryptBlock, bool msbFirst) {
+    vctest::Rng rng(64);
+    for (int bits = 1; bits <= 64; ++bits) {
+        SCOPED_TRACE(bits);
+        Bytes iv = rng.bytes(8), plain = rng.bytes(5 + rng.below(60));
+        Bytes ivModel = iv, ivOurs = iv, ivBack = iv, ivOfb = iv, ivOfbModel = iv;
+        Bytes cipher = bitFeedbackModel(encryptBlock, Feedback::CfbEncrypt, msbFirst, bits, ivModel, plain);
+        Bytes out(plain.size(), 0xEE), back(plain.size(), 0xEE), ofbOut(plain.size(), 0xEE);
+        auto len = uint32_t(plain.size());
+        f.cfbEnc(plain.data(), out.data(), &ks, bits, len, ivOurs.data());
+        EXPECT_EQ(vctest::toHex(out), vctest::toHex(cipher));
+        EXPECT_EQ(ivOurs, ivModel);
+        f.cfbDec(cipher.data(), back.data(), &ks, bits, len, ivBack.data());
+        EXPECT_EQ(vctest::toHex(back),
+                  vctest::toHex(bitFeedbackModel(encryptBlock, Feedback::CfbDecrypt, msbFirst, bits, iv, cipher)));
+        f.ofbEnc(plain.data(), ofbOut.data(), &ks, bits, len * f.ofbLengthUnit, ivOfb.data(), nullptr);
+        EXPECT_EQ(vctest::toHex(ofbOut),
+                  vctest::toHex(bitFeedbackModel(encryptBlock, Feedback::Ofb, msbFirst, bits, ivOfbModel, plain)));
+        EXPECT_EQ(ivOfb, ivOfbModel);
+    }
 }
 
 // Table-driven single-block known answers: key schedule from `setKey`, then E_x_Encrypt and
