@@ -28,23 +28,26 @@ constexpr uint8_t kPiTable[256] = {
 
 constexpr uint32_t kMaxKeyBytes = 128;
 
-inline uint32_t rol16(uint32_t x, int n) {
+// Values between rounds may carry junk above bit 15: additions and ANDs only move it upwards,
+// so each mixing step masks its sum once before rotating, and the output masks at the end.
+template <int N>
+inline uint32_t rol16(uint32_t x) {
     x &= 0xFFFF;
-    return ((x << n) | (x >> (16 - n))) & 0xFFFF;
+    return x << N | x >> (16 - N);
 }
 inline uint32_t ror16(uint32_t x, int n) { return ((x >> n) | (x << (16 - n))) & 0xFFFF; }
 
 // One mixing round: R[i] += K[j] + (R[i-1] & R[i-2]) + (~R[i-1] & R[i-3]), rotated left by
 // 1, 2, 3 and 5; r0..r3 hold R[0..3].
-#define RC2_MIX(k)                                                  \
-    do {                                                            \
-        r0 = rol16(r0 + (k)[0] + (r3 & r2) + (~r3 & r1), 1);        \
-        r1 = rol16(r1 + (k)[1] + (r0 & r3) + (~r0 & r2), 2);        \
-        r2 = rol16(r2 + (k)[2] + (r1 & r0) + (~r1 & r3), 3);        \
-        r3 = rol16(r3 + (k)[3] + (r2 & r1) + (~r2 & r0), 5);        \
+#define RC2_MIX(k)                                                   \
+    do {                                                             \
+        r0 = rol16<1>(r0 + (k)[0] + (r3 & r2) + (~r3 & r1));         \
+        r1 = rol16<2>(r1 + (k)[1] + (r0 & r3) + (~r0 & r2));         \
+        r2 = rol16<3>(r2 + (k)[2] + (r1 & r0) + (~r1 & r3));         \
+        r3 = rol16<5>(r3 + (k)[3] + (r2 & r1) + (~r2 & r0));         \
     } while (0)
-#define RC2_UNMIX(k)                                                \
-    do {                                                            \
+#define RC2_UNMIX(k)                                                    \
+    do {                                                                \
         r3 = (ror16(r3, 5) - (k)[3] - (r2 & r1) - (~r2 & r0)) & 0xFFFF; \
         r2 = (ror16(r2, 3) - (k)[2] - (r1 & r0) - (~r1 & r3)) & 0xFFFF; \
         r1 = (ror16(r1, 2) - (k)[1] - (r0 & r3) - (~r0 & r2)) & 0xFFFF; \
@@ -53,19 +56,19 @@ inline uint32_t ror16(uint32_t x, int n) { return ((x >> n) | (x << (16 - n))) &
 
 inline void rc2Encrypt(const uint16_t *k, Block<2> &b) {
     uint32_t r0 = b[0] & 0xFFFF, r1 = b[0] >> 16, r2 = b[1] & 0xFFFF, r3 = b[1] >> 16;
+    auto mash = [&] {
+        r0 += k[r3 & 63];
+        r1 += k[r0 & 63];
+        r2 += k[r1 & 63];
+        r3 += k[r2 & 63];
+    };
     for (int j = 0; j < 20; j += 4) RC2_MIX(k + j);
-    r0 = (r0 + k[r3 & 63]) & 0xFFFF;
-    r1 = (r1 + k[r0 & 63]) & 0xFFFF;
-    r2 = (r2 + k[r1 & 63]) & 0xFFFF;
-    r3 = (r3 + k[r2 & 63]) & 0xFFFF;
+    mash();
     for (int j = 20; j < 44; j += 4) RC2_MIX(k + j);
-    r0 = (r0 + k[r3 & 63]) & 0xFFFF;
-    r1 = (r1 + k[r0 & 63]) & 0xFFFF;
-    r2 = (r2 + k[r1 & 63]) & 0xFFFF;
-    r3 = (r3 + k[r2 & 63]) & 0xFFFF;
+    mash();
     for (int j = 44; j < 64; j += 4) RC2_MIX(k + j);
-    b[0] = r1 << 16 | r0;
-    b[1] = r3 << 16 | r2;
+    b[0] = (r1 & 0xFFFF) << 16 | (r0 & 0xFFFF);
+    b[1] = (r3 & 0xFFFF) << 16 | (r2 & 0xFFFF);
 }
 
 inline void rc2Decrypt(const uint16_t *k, Block<2> &b) {

@@ -1,6 +1,8 @@
 // RC4: the alleged RC4 key scheduling and keystream generator, one permutation entry per word.
 #include <vorelcrypto/cipher.h>
 
+#include <cstring>
+
 namespace {
 
 constexpr uint32_t kMaxKeyBytes = 256;
@@ -37,15 +39,20 @@ void E_RC4_Encrypt(const uint8_t *input, uint8_t *output, Rc4State *state, uint3
         return uint8_t(s[(x + y) & 0xFF]);
     };
     uint32_t n = 0;
+    // Eight keystream bytes gathered into one word, XORed with eight input bytes at once.
     for (; n + 8 <= length; n += 8) {
-        output[n] = input[n] ^ step();
-        output[n + 1] = input[n + 1] ^ step();
-        output[n + 2] = input[n + 2] ^ step();
-        output[n + 3] = input[n + 3] ^ step();
-        output[n + 4] = input[n + 4] ^ step();
-        output[n + 5] = input[n + 5] ^ step();
-        output[n + 6] = input[n + 6] ^ step();
-        output[n + 7] = input[n + 7] ^ step();
+        uint64_t k = step();
+        k |= uint64_t(step()) << 8;
+        k |= uint64_t(step()) << 16;
+        k |= uint64_t(step()) << 24;
+        k |= uint64_t(step()) << 32;
+        k |= uint64_t(step()) << 40;
+        k |= uint64_t(step()) << 48;
+        k |= uint64_t(step()) << 56;
+        uint64_t d;
+        std::memcpy(&d, input + n, 8);
+        d ^= k;  // little-endian host: byte 0 of the word is the first byte in memory
+        std::memcpy(output + n, &d, 8);
     }
     for (; n < length; ++n) output[n] = input[n] ^ step();
     state->i = i;
