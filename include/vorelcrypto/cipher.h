@@ -141,9 +141,13 @@ VC_API void E_DES3_3Key_CBC_Decrypt(const uint8_t *input, uint8_t *output,
 /* ---- IDEA ---- */
 
 /* IDEA, RC2, RC5 and Blowfish share the shapes above with an 8-byte block and CFB/OFB numbits
- * 1 to 64 (a larger value writes nothing). Their OFB functions take a seventh argument, `num`:
- * null, or a pointer to the count of keystream bytes already used from the current step, which
- * lets a stream be split across calls at any byte (see the OFB note under IDEA). */
+ * 1 to 64 (a larger value writes nothing). Single-block functions take 8 bytes in stream order.
+ * CFB/OFB widths that are not whole bytes follow each cipher's word order: IDEA and Blowfish
+ * take register and data as one big-endian bit string (first bits most significant, as in
+ * NIST SP 800-38A), RC2 and RC5 as one little-endian number (first bits least significant).
+ * Their OFB functions take a seventh argument, `num`: null, or a pointer to the count of
+ * keystream bytes already used from the current step, which lets a stream be split across calls
+ * at any byte (see the OFB note under IDEA). */
 
 /* Block and key words are big-endian 16-bit halves, as IDEA defines them. The schedule holds the
  * 52 encryption subkeys and the 52 decryption subkeys (inverses), both set by the key schedule. */
