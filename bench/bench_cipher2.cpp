@@ -1,8 +1,7 @@
 // IDEA, RC2, RC5, Blowfish and RC4 beside OpenSSL EVP (legacy provider) and libgcrypt.
-#include <vorelcrypto/cipher.h>
-
 #include <gcrypt.h>
 #include <openssl/evp.h>
+#include <vorelcrypto/cipher.h>
 
 #include <functional>
 #include <string>
@@ -16,7 +15,8 @@ const uint8_t kKey[16] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}
 const uint8_t kIv[8] = {8, 7, 6, 5, 4, 3, 2, 1};
 
 // Runs `body(in, out, size)` per iteration over a buffer of the benchmark's size.
-void run(benchmark::State &state, const std::function<void(const uint8_t *, uint8_t *, uint32_t)> &body) {
+void run(benchmark::State &state,
+         const std::function<void(const uint8_t *, uint8_t *, uint32_t)> &body) {
     auto in = vcbench::filler(size_t(state.range(0)));
     std::vector<uint8_t> out(in.size() + 16);
     for (auto _ : state) {
@@ -52,44 +52,57 @@ void bmGcryptIdea(benchmark::State &state) {
         return state.SkipWithError("no IDEA in libgcrypt");
     gcry_cipher_setkey(h, kKey, 16);
     gcry_cipher_setiv(h, kIv, 8);
-    run(state, [&](const uint8_t *in, uint8_t *out, uint32_t n) { gcry_cipher_encrypt(h, out, n, in, n); });
+    run(state, [&](const uint8_t *in, uint8_t *out, uint32_t n) {
+        gcry_cipher_encrypt(h, out, n, in, n);
+    });
     gcry_cipher_close(h);
 }
 
 void bmBfCbc(benchmark::State &state) {
     BlowfishKeySchedule ks;
     E_BF_KeySchedule(&ks, kKey, 16);
-    run(state, [&](const uint8_t *in, uint8_t *out, uint32_t n) { E_BF_CBC_Encrypt(in, out, &ks, n, kIv); });
+    run(state, [&](const uint8_t *in, uint8_t *out, uint32_t n) {
+        E_BF_CBC_Encrypt(in, out, &ks, n, kIv);
+    });
 }
 
 void bmBfCbcDecrypt(benchmark::State &state) {
     BlowfishKeySchedule ks;
     E_BF_KeySchedule(&ks, kKey, 16);
-    run(state, [&](const uint8_t *in, uint8_t *out, uint32_t n) { E_BF_CBC_Decrypt(in, out, &ks, n, kIv); });
+    run(state, [&](const uint8_t *in, uint8_t *out, uint32_t n) {
+        E_BF_CBC_Decrypt(in, out, &ks, n, kIv);
+    });
 }
 
 void bmRc2Cbc(benchmark::State &state) {
     Rc2KeySchedule ks;
     E_RC2_KeySchedule(&ks, kKey, 16, 128);
-    run(state, [&](const uint8_t *in, uint8_t *out, uint32_t n) { E_RC2_CBC_Encrypt(in, out, &ks, n, kIv); });
+    run(state, [&](const uint8_t *in, uint8_t *out, uint32_t n) {
+        E_RC2_CBC_Encrypt(in, out, &ks, n, kIv);
+    });
 }
 
 void bmRc5Cbc(benchmark::State &state) {
     Rc5KeySchedule ks;
     E_RC5_KeySchedule(&ks, kKey, 16, 12);
-    run(state, [&](const uint8_t *in, uint8_t *out, uint32_t n) { E_RC5_CBC_Encrypt(in, out, &ks, n, kIv); });
+    run(state, [&](const uint8_t *in, uint8_t *out, uint32_t n) {
+        E_RC5_CBC_Encrypt(in, out, &ks, n, kIv);
+    });
 }
 
 void bmIdeaCbc(benchmark::State &state) {
     IdeaKeySchedule ks;
     E_IDEA_KeySchedule(&ks, kKey);
-    run(state, [&](const uint8_t *in, uint8_t *out, uint32_t n) { E_IDEA_CBC_Encrypt(in, out, &ks, n, kIv); });
+    run(state, [&](const uint8_t *in, uint8_t *out, uint32_t n) {
+        E_IDEA_CBC_Encrypt(in, out, &ks, n, kIv);
+    });
 }
 
 void bmRc4(benchmark::State &state) {
     Rc4State st;
     E_RC4_KeySchedule(&st, kKey, 16);
-    run(state, [&](const uint8_t *in, uint8_t *out, uint32_t n) { E_RC4_Encrypt(in, out, &st, n); });
+    run(state,
+        [&](const uint8_t *in, uint8_t *out, uint32_t n) { E_RC4_Encrypt(in, out, &st, n); });
 }
 
 void bmOpenSslBfCbcDecrypt(benchmark::State &state) {
@@ -109,7 +122,9 @@ void bmOpenSslBfCbcDecrypt(benchmark::State &state) {
 }
 
 const bool registered = [] {
-    auto reg = [](const char *name, auto fn) { benchmark::RegisterBenchmark(name, fn)->Arg(kSize); };
+    auto reg = [](const char *name, auto fn) {
+        benchmark::RegisterBenchmark(name, fn)->Arg(kSize);
+    };
     reg("bf-cbc/ours", bmBfCbc);
     reg("bf-cbc/openssl", [](benchmark::State &s) { bmOpenSsl(s, "BF-CBC", 0); });
     reg("bf-cbc-decrypt/ours", bmBfCbcDecrypt);

@@ -1,10 +1,10 @@
 // Blowfish (Schneier, 1993): 16 Feistel rounds on two big-endian words, key-dependent S-boxes.
-#include "cipher/blowfish_pi.h"
-#include "cipher/modes64.h"
-
 #include <vorelcrypto/cipher.h>
 
 #include <cstring>
+
+#include "cipher/blowfish_pi.h"
+#include "cipher/modes64.h"
 
 namespace vc::cipher {
 namespace {

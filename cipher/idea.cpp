@@ -1,8 +1,8 @@
 // IDEA (Lai and Massey): eight rounds on four big-endian 16-bit words mixing XOR, addition
 // modulo 2^16 and multiplication modulo 2^16 + 1 (with 0 standing for 2^16).
-#include "cipher/modes64.h"
-
 #include <vorelcrypto/cipher.h>
+
+#include "cipher/modes64.h"
 
 namespace vc::cipher {
 namespace {
@@ -33,7 +33,8 @@ uint32_t mulInverse(uint32_t x) {
 inline uint32_t negate(uint32_t x) { return (0x10000 - x) & 0xFFFF; }
 
 inline void ideaCrypt(const uint32_t *k, Block<2> &block) {
-    uint32_t x1 = block[0] >> 16, x2 = block[0] & 0xFFFF, x3 = block[1] >> 16, x4 = block[1] & 0xFFFF;
+    uint32_t x1 = block[0] >> 16, x2 = block[0] & 0xFFFF, x3 = block[1] >> 16,
+             x4 = block[1] & 0xFFFF;
     for (int round = 0; round < 8; ++round, k += 6) {
         uint32_t a = mul(x1, k[0]), b = (x2 + k[1]) & 0xFFFF;
         uint32_t c = (x3 + k[2]) & 0xFFFF, d = mul(x4, k[3]);
@@ -66,7 +67,8 @@ using namespace vc::cipher;
 void E_IDEA_KeySchedule(IdeaKeySchedule *schedule, const uint8_t *key) {
     // The 128-bit key, rotated left by 25 bits after every eight subkeys.
     uint64_t hi = uint64_t(loadWord<WordOrder::Big>(key)) << 32 | loadWord<WordOrder::Big>(key + 4);
-    uint64_t lo = uint64_t(loadWord<WordOrder::Big>(key + 8)) << 32 | loadWord<WordOrder::Big>(key + 12);
+    uint64_t lo =
+        uint64_t(loadWord<WordOrder::Big>(key + 8)) << 32 | loadWord<WordOrder::Big>(key + 12);
     uint32_t *ek = schedule->encrypt;
     for (int i = 0; i < 52; ++i) {
         int j = i % 8;

@@ -1,7 +1,7 @@
 // RC2 (RFC 2268): four little-endian 16-bit words, 16 mixing rounds and two mashing rounds.
-#include "cipher/modes64.h"
-
 #include <vorelcrypto/cipher.h>
+
+#include "cipher/modes64.h"
 
 namespace vc::cipher {
 namespace {
@@ -39,12 +39,12 @@ inline uint32_t ror16(uint32_t x, int n) { return ((x >> n) | (x << (16 - n))) &
 
 // One mixing round: R[i] += K[j] + (R[i-1] & R[i-2]) + (~R[i-1] & R[i-3]), rotated left by
 // 1, 2, 3 and 5; r0..r3 hold R[0..3].
-#define RC2_MIX(k)                                                   \
-    do {                                                             \
-        r0 = rol16<1>(r0 + (k)[0] + (r3 & r2) + (~r3 & r1));         \
-        r1 = rol16<2>(r1 + (k)[1] + (r0 & r3) + (~r0 & r2));         \
-        r2 = rol16<3>(r2 + (k)[2] + (r1 & r0) + (~r1 & r3));         \
-        r3 = rol16<5>(r3 + (k)[3] + (r2 & r1) + (~r2 & r0));         \
+#define RC2_MIX(k)                                           \
+    do {                                                     \
+        r0 = rol16<1>(r0 + (k)[0] + (r3 & r2) + (~r3 & r1)); \
+        r1 = rol16<2>(r1 + (k)[1] + (r0 & r3) + (~r0 & r2)); \
+        r2 = rol16<3>(r2 + (k)[2] + (r1 & r0) + (~r1 & r3)); \
+        r3 = rol16<5>(r3 + (k)[3] + (r2 & r1) + (~r2 & r0)); \
     } while (0)
 #define RC2_UNMIX(k)                                                    \
     do {                                                                \

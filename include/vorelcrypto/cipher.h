@@ -158,32 +158,37 @@ typedef struct IdeaKeySchedule {
 
 /* key: 16 bytes. */
 VC_API void E_IDEA_KeySchedule(IdeaKeySchedule *schedule, const uint8_t *key);
+VC_API void E_IDEA_Encrypt(uint8_t *block, const IdeaKeySchedule *schedule);
+VC_API void E_IDEA_Decrypt(uint8_t *block, const IdeaKeySchedule *schedule);
+VC_API void E_IDEA_ECB_Encrypt(const uint8_t *input, uint8_t *output,
+                               const IdeaKeySchedule *schedule, uint32_t length);
+VC_API void E_IDEA_ECB_Decrypt(const uint8_t *input, uint8_t *output,
+                               const IdeaKeySchedule *schedule, uint32_t length);
+VC_API void E_IDEA_CBC_Encrypt(const uint8_t *input, uint8_t *output,
+                               const IdeaKeySchedule *schedule, uint32_t length, const uint8_t *iv);
+VC_API void E_IDEA_CBC_Decrypt(const uint8_t *input, uint8_t *output,
+                               const IdeaKeySchedule *schedule, uint32_t length, const uint8_t *iv);
+VC_API void E_IDEA_CFB_Encrypt(const uint8_t *input, uint8_t *output,
+                               const IdeaKeySchedule *schedule, int32_t numbits, uint32_t length,
+                               uint8_t *iv);
+VC_API void E_IDEA_CFB_Decrypt(const uint8_t *input, uint8_t *output,
+                               const IdeaKeySchedule *schedule, int32_t numbits, uint32_t length,
+                               uint8_t *iv);
 /* OFB and its seventh argument, for IDEA, RC2, RC5 and Blowfish alike. With num null the call
  * behaves as the other OFB wrappers: whole steps of n = (numbits + 7) / 8 bytes, a shorter tail
  * is neither processed nor written, and iv receives the final register. With num non-null and
- * numbits a multiple of 8, the stream may be cut anywhere: on entry *num (0 to n - 1) counts the
- * keystream bytes of the current step already used by the previous call; those left are used
- * first, whole steps follow, and a shorter tail is XORed with the first bytes of one more step,
- * *num receiving how many were used. With numbits 64 this is the common "ofb64" stream with its
- * `num` counter. For numbits not a multiple of 8 num is ignored and left unchanged. */
-VC_API void E_IDEA_Encrypt(uint8_t *block, const IdeaKeySchedule *schedule);
-VC_API void E_IDEA_Decrypt(uint8_t *block, const IdeaKeySchedule *schedule);
-VC_API void E_IDEA_ECB_Encrypt(const uint8_t *input, uint8_t *output, const IdeaKeySchedule *schedule,
-                             uint32_t length);
-VC_API void E_IDEA_ECB_Decrypt(const uint8_t *input, uint8_t *output, const IdeaKeySchedule *schedule,
-                             uint32_t length);
-VC_API void E_IDEA_CBC_Encrypt(const uint8_t *input, uint8_t *output, const IdeaKeySchedule *schedule,
-                             uint32_t length, const uint8_t *iv);
-VC_API void E_IDEA_CBC_Decrypt(const uint8_t *input, uint8_t *output, const IdeaKeySchedule *schedule,
-                             uint32_t length, const uint8_t *iv);
-VC_API void E_IDEA_CFB_Encrypt(const uint8_t *input, uint8_t *output, const IdeaKeySchedule *schedule,
-                             int32_t numbits, uint32_t length, uint8_t *iv);
-VC_API void E_IDEA_CFB_Decrypt(const uint8_t *input, uint8_t *output, const IdeaKeySchedule *schedule,
-                             int32_t numbits, uint32_t length, uint8_t *iv);
-VC_API void E_IDEA_OFB_Encrypt(const uint8_t *input, uint8_t *output, const IdeaKeySchedule *schedule,
-                             int32_t numbits, uint32_t length, uint8_t *iv, int32_t *num);
-VC_API void E_IDEA_OFB_Decrypt(const uint8_t *input, uint8_t *output, const IdeaKeySchedule *schedule,
-                             int32_t numbits, uint32_t length, uint8_t *iv, int32_t *num);
+ * numbits a multiple of 8, the stream may be cut anywhere: on entry *num (0 to n - 1; larger
+ * values are taken modulo n, negative ones as 0) counts the keystream bytes of the current step
+ * already used by the previous call; those left are used first, whole steps follow, and a
+ * shorter tail is XORed with the first bytes of one more step, *num receiving how many were
+ * used. With numbits 64 this is the common "ofb64" stream with its `num` counter. For numbits
+ * not a multiple of 8 num is ignored and left unchanged. */
+VC_API void E_IDEA_OFB_Encrypt(const uint8_t *input, uint8_t *output,
+                               const IdeaKeySchedule *schedule, int32_t numbits, uint32_t length,
+                               uint8_t *iv, int32_t *num);
+VC_API void E_IDEA_OFB_Decrypt(const uint8_t *input, uint8_t *output,
+                               const IdeaKeySchedule *schedule, int32_t numbits, uint32_t length,
+                               uint8_t *iv, int32_t *num);
 
 /* ---- RC2 ---- */
 
@@ -199,21 +204,21 @@ VC_API void E_RC2_KeySchedule(Rc2KeySchedule *schedule, const uint8_t *key, uint
 VC_API void E_RC2_Encrypt(uint8_t *block, const Rc2KeySchedule *schedule);
 VC_API void E_RC2_Decrypt(uint8_t *block, const Rc2KeySchedule *schedule);
 VC_API void E_RC2_ECB_Encrypt(const uint8_t *input, uint8_t *output, const Rc2KeySchedule *schedule,
-                             uint32_t length);
+                              uint32_t length);
 VC_API void E_RC2_ECB_Decrypt(const uint8_t *input, uint8_t *output, const Rc2KeySchedule *schedule,
-                             uint32_t length);
+                              uint32_t length);
 VC_API void E_RC2_CBC_Encrypt(const uint8_t *input, uint8_t *output, const Rc2KeySchedule *schedule,
-                             uint32_t length, const uint8_t *iv);
+                              uint32_t length, const uint8_t *iv);
 VC_API void E_RC2_CBC_Decrypt(const uint8_t *input, uint8_t *output, const Rc2KeySchedule *schedule,
-                             uint32_t length, const uint8_t *iv);
+                              uint32_t length, const uint8_t *iv);
 VC_API void E_RC2_CFB_Encrypt(const uint8_t *input, uint8_t *output, const Rc2KeySchedule *schedule,
-                             int32_t numbits, uint32_t length, uint8_t *iv);
+                              int32_t numbits, uint32_t length, uint8_t *iv);
 VC_API void E_RC2_CFB_Decrypt(const uint8_t *input, uint8_t *output, const Rc2KeySchedule *schedule,
-                             int32_t numbits, uint32_t length, uint8_t *iv);
+                              int32_t numbits, uint32_t length, uint8_t *iv);
 VC_API void E_RC2_OFB_Encrypt(const uint8_t *input, uint8_t *output, const Rc2KeySchedule *schedule,
-                             int32_t numbits, uint32_t length, uint8_t *iv, int32_t *num);
+                              int32_t numbits, uint32_t length, uint8_t *iv, int32_t *num);
 VC_API void E_RC2_OFB_Decrypt(const uint8_t *input, uint8_t *output, const Rc2KeySchedule *schedule,
-                             int32_t numbits, uint32_t length, uint8_t *iv, int32_t *num);
+                              int32_t numbits, uint32_t length, uint8_t *iv, int32_t *num);
 
 /* ---- RC5 ---- */
 
@@ -232,21 +237,21 @@ VC_API void E_RC5_KeySchedule(Rc5KeySchedule *schedule, const uint8_t *key, uint
 VC_API void E_RC5_Encrypt(uint8_t *block, const Rc5KeySchedule *schedule);
 VC_API void E_RC5_Decrypt(uint8_t *block, const Rc5KeySchedule *schedule);
 VC_API void E_RC5_ECB_Encrypt(const uint8_t *input, uint8_t *output, const Rc5KeySchedule *schedule,
-                             uint32_t length);
+                              uint32_t length);
 VC_API void E_RC5_ECB_Decrypt(const uint8_t *input, uint8_t *output, const Rc5KeySchedule *schedule,
-                             uint32_t length);
+                              uint32_t length);
 VC_API void E_RC5_CBC_Encrypt(const uint8_t *input, uint8_t *output, const Rc5KeySchedule *schedule,
-                             uint32_t length, const uint8_t *iv);
+                              uint32_t length, const uint8_t *iv);
 VC_API void E_RC5_CBC_Decrypt(const uint8_t *input, uint8_t *output, const Rc5KeySchedule *schedule,
-                             uint32_t length, const uint8_t *iv);
+                              uint32_t length, const uint8_t *iv);
 VC_API void E_RC5_CFB_Encrypt(const uint8_t *input, uint8_t *output, const Rc5KeySchedule *schedule,
-                             int32_t numbits, uint32_t length, uint8_t *iv);
+                              int32_t numbits, uint32_t length, uint8_t *iv);
 VC_API void E_RC5_CFB_Decrypt(const uint8_t *input, uint8_t *output, const Rc5KeySchedule *schedule,
-                             int32_t numbits, uint32_t length, uint8_t *iv);
+                              int32_t numbits, uint32_t length, uint8_t *iv);
 VC_API void E_RC5_OFB_Encrypt(const uint8_t *input, uint8_t *output, const Rc5KeySchedule *schedule,
-                             int32_t numbits, uint32_t length, uint8_t *iv, int32_t *num);
+                              int32_t numbits, uint32_t length, uint8_t *iv, int32_t *num);
 VC_API void E_RC5_OFB_Decrypt(const uint8_t *input, uint8_t *output, const Rc5KeySchedule *schedule,
-                             int32_t numbits, uint32_t length, uint8_t *iv, int32_t *num);
+                              int32_t numbits, uint32_t length, uint8_t *iv, int32_t *num);
 
 /* ---- Blowfish ---- */
 
@@ -258,28 +263,33 @@ typedef struct BlowfishKeySchedule {
 
 /* keyLength: 1 to 72 bytes; longer keys are cut to 72. Key bytes are taken cyclically. A length
  * of 0 leaves the P-array unmixed with key bytes (the schedule is still well defined). */
-VC_API void E_BF_KeySchedule(BlowfishKeySchedule *schedule, const uint8_t *key,
-                             uint32_t keyLength);
+VC_API void E_BF_KeySchedule(BlowfishKeySchedule *schedule, const uint8_t *key, uint32_t keyLength);
 VC_API void E_BF_Encrypt(uint8_t *block, const BlowfishKeySchedule *schedule);
 VC_API void E_BF_Decrypt(uint8_t *block, const BlowfishKeySchedule *schedule);
-VC_API void E_BF_ECB_Encrypt(const uint8_t *input, uint8_t *output, const BlowfishKeySchedule *schedule,
-                             uint32_t length);
-VC_API void E_BF_ECB_Decrypt(const uint8_t *input, uint8_t *output, const BlowfishKeySchedule *schedule,
-                             uint32_t length);
-VC_API void E_BF_CBC_Encrypt(const uint8_t *input, uint8_t *output, const BlowfishKeySchedule *schedule,
-                             uint32_t length, const uint8_t *iv);
-VC_API void E_BF_CBC_Decrypt(const uint8_t *input, uint8_t *output, const BlowfishKeySchedule *schedule,
-                             uint32_t length, const uint8_t *iv);
-VC_API void E_BF_CFB_Encrypt(const uint8_t *input, uint8_t *output, const BlowfishKeySchedule *schedule,
-                             int32_t numbits, uint32_t length, uint8_t *iv);
-VC_API void E_BF_CFB_Decrypt(const uint8_t *input, uint8_t *output, const BlowfishKeySchedule *schedule,
-                             int32_t numbits, uint32_t length, uint8_t *iv);
+VC_API void E_BF_ECB_Encrypt(const uint8_t *input, uint8_t *output,
+                             const BlowfishKeySchedule *schedule, uint32_t length);
+VC_API void E_BF_ECB_Decrypt(const uint8_t *input, uint8_t *output,
+                             const BlowfishKeySchedule *schedule, uint32_t length);
+VC_API void E_BF_CBC_Encrypt(const uint8_t *input, uint8_t *output,
+                             const BlowfishKeySchedule *schedule, uint32_t length,
+                             const uint8_t *iv);
+VC_API void E_BF_CBC_Decrypt(const uint8_t *input, uint8_t *output,
+                             const BlowfishKeySchedule *schedule, uint32_t length,
+                             const uint8_t *iv);
+VC_API void E_BF_CFB_Encrypt(const uint8_t *input, uint8_t *output,
+                             const BlowfishKeySchedule *schedule, int32_t numbits, uint32_t length,
+                             uint8_t *iv);
+VC_API void E_BF_CFB_Decrypt(const uint8_t *input, uint8_t *output,
+                             const BlowfishKeySchedule *schedule, int32_t numbits, uint32_t length,
+                             uint8_t *iv);
 /* Blowfish OFB: `length` counts BITS, not bytes (length / 8 bytes are processed, lower three bits
  * ignored); existing callers pass bit counts. Everything else, num included, as under IDEA. */
-VC_API void E_BF_OFB_Encrypt(const uint8_t *input, uint8_t *output, const BlowfishKeySchedule *schedule,
-                             int32_t numbits, uint32_t length, uint8_t *iv, int32_t *num);
-VC_API void E_BF_OFB_Decrypt(const uint8_t *input, uint8_t *output, const BlowfishKeySchedule *schedule,
-                             int32_t numbits, uint32_t length, uint8_t *iv, int32_t *num);
+VC_API void E_BF_OFB_Encrypt(const uint8_t *input, uint8_t *output,
+                             const BlowfishKeySchedule *schedule, int32_t numbits, uint32_t length,
+                             uint8_t *iv, int32_t *num);
+VC_API void E_BF_OFB_Decrypt(const uint8_t *input, uint8_t *output,
+                             const BlowfishKeySchedule *schedule, int32_t numbits, uint32_t length,
+                             uint8_t *iv, int32_t *num);
 
 /* ---- RC4 ---- */
 

@@ -46,10 +46,10 @@ TEST(Idea, BlocksAgainstLibgcrypt) {
     }
 }
 
-
 const cbtest::Family<IdeaKeySchedule> kIdea = {
-    E_IDEA_ECB_Encrypt, E_IDEA_ECB_Decrypt, E_IDEA_CBC_Encrypt, E_IDEA_CBC_Decrypt,
-    E_IDEA_CFB_Encrypt, E_IDEA_CFB_Decrypt, E_IDEA_OFB_Encrypt, E_IDEA_OFB_Decrypt, 1};
+    E_IDEA_ECB_Encrypt, E_IDEA_ECB_Decrypt, E_IDEA_CBC_Encrypt,
+    E_IDEA_CBC_Decrypt, E_IDEA_CFB_Encrypt, E_IDEA_CFB_Decrypt,
+    E_IDEA_OFB_Encrypt, E_IDEA_OFB_Decrypt, 1};
 
 TEST(Idea, ModesAgainstLibgcrypt) {
     cbtest::differential<IdeaKeySchedule>(
@@ -68,13 +68,15 @@ TEST(Idea, SharedModeBehaviour) {
     cbtest::sharedModeChecks(kIdea, ks);
 }
 
-
 // Widths that are not whole bytes run most significant bit first; block function from libgcrypt.
 TEST(Idea, EveryFeedbackWidth) {
     Bytes key = fromHex("00010002000300040005000600070008");
     IdeaKeySchedule ks;
     E_IDEA_KeySchedule(&ks, key.data());
-    cbtest::feedbackWidths(kIdea, ks, [&](const Bytes &b) { return cbtest::gcryptIdea(cbtest::Mode::Ecb, true, key, {}, b); }, true);
+    cbtest::feedbackWidths(
+        kIdea, ks,
+        [&](const Bytes &b) { return cbtest::gcryptIdea(cbtest::Mode::Ecb, true, key, {}, b); },
+        true);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <openssl/evp.h>
 
 #include <cstdlib>
+#include <string>
 
 namespace cbtest {
 
@@ -20,8 +21,11 @@ Bytes evp(const char *name, bool encrypt, const Bytes &key, const Bytes &iv, con
     int n = 0, m = 0;
     bool ok = EVP_CipherInit_ex2(ctx, cipher, nullptr, nullptr, encrypt, nullptr) == 1 &&
               EVP_CIPHER_CTX_set_key_length(ctx, int(key.size())) == 1;
-    if (ok && rc2Bits > 0) ok = EVP_CIPHER_CTX_ctrl(ctx, EVP_CTRL_SET_RC2_KEY_BITS, rc2Bits, nullptr) == 1;
-    ok = ok && EVP_CipherInit_ex2(ctx, nullptr, key.data(), iv.empty() ? nullptr : iv.data(), encrypt, nullptr) == 1 &&
+    if (ok && rc2Bits > 0)
+        ok = EVP_CIPHER_CTX_ctrl(ctx, EVP_CTRL_SET_RC2_KEY_BITS, rc2Bits, nullptr) == 1;
+    ok = ok &&
+         EVP_CipherInit_ex2(ctx, nullptr, key.data(), iv.empty() ? nullptr : iv.data(), encrypt,
+                            nullptr) == 1 &&
          EVP_CIPHER_CTX_set_padding(ctx, 0) == 1 &&
          EVP_CipherUpdate(ctx, out.data(), &n, input.data(), int(input.size())) == 1 &&
          EVP_CipherFinal_ex(ctx, out.data() + n, &m) == 1;
@@ -30,6 +34,29 @@ Bytes evp(const char *name, bool encrypt, const Bytes &key, const Bytes &iv, con
     EVP_CIPHER_free(cipher);
     out.resize(size_t(n + m));
     return out;
+}
+
+Oracle evpOracle(const char *prefix, int rc2Bits) {
+    return [prefix, rc2Bits](Mode mode, bool enc, const Bytes &key, const Bytes &iv,
+                             const Bytes &in) {
+        std::string p = prefix;
+        auto run = [&](const char *suffix, bool direction, const Bytes &useIv, const Bytes &data) {
+            return evp((p + suffix).c_str(), direction, key, useIv, data, rc2Bits);
+        };
+        switch (mode) {
+            case Mode::Ecb:
+                return run("-ECB", enc, {}, in);
+            case Mode::Cbc:
+                return run("-CBC", enc, iv, in);
+            case Mode::Cfb64:
+                return run("-CFB", enc, iv, in);
+            case Mode::Ofb64:
+                return run("-OFB", enc, iv, in);
+            case Mode::Cfb8:
+                break;
+        }
+        return cfb8FromEcb([&](const Bytes &b) { return run("-ECB", true, {}, b); }, enc, iv, in);
+    };
 }
 
 Bytes gcryptIdea(Mode mode, bool encrypt, const Bytes &key, const Bytes &iv, const Bytes &input) {
@@ -52,8 +79,9 @@ Bytes gcryptIdea(Mode mode, bool encrypt, const Bytes &key, const Bytes &iv, con
     ok = gcry_cipher_setkey(h, key.data(), key.size()) == 0 &&
          (mode == Mode::Ecb || gcry_cipher_setiv(h, iv.data(), iv.size()) == 0) &&
          (input.empty() ||
-          (encrypt ? gcry_cipher_encrypt(h, out.data(), out.size(), input.data(), input.size())
-                   : gcry_cipher_decrypt(h, out.data(), out.size(), input.data(), input.size())) == 0);
+          (encrypt
+               ? gcry_cipher_encrypt(h, out.data(), out.size(), input.data(), input.size())
+               : gcry_cipher_decrypt(h, out.data(), out.size(), input.data(), input.size())) == 0);
     EXPECT_TRUE(ok) << "libgcrypt IDEA failed";
     gcry_cipher_close(h);
     return out;

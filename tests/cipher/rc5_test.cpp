@@ -38,7 +38,9 @@ struct Rc5Model {
     std::vector<uint32_t> s;
     int rounds;
     Rc5Model(const Bytes &key, int r) : rounds(r) {
-        auto rotl = [](uint32_t x, uint32_t n) { return n % 32 ? x << n % 32 | x >> (32 - n % 32) : x; };
+        auto rotl = [](uint32_t x, uint32_t n) {
+            return n % 32 ? x << n % 32 | x >> (32 - n % 32) : x;
+        };
         size_t c = std::max<size_t>(1, (key.size() + 3) / 4), t = 2 * size_t(r) + 2;
         std::vector<uint32_t> l(c, 0);
         for (size_t i = key.size(); i-- > 0;) l[i / 4] = (l[i / 4] << 8) + key[i];
@@ -46,14 +48,17 @@ struct Rc5Model {
         s[0] = 0xB7E15163;
         for (size_t i = 1; i < t; ++i) s[i] = s[i - 1] + 0x9E3779B9;
         uint32_t a = 0, b = 0;
-        for (size_t k = 0, i = 0, j = 0; k < 3 * std::max(t, c); ++k, i = (i + 1) % t, j = (j + 1) % c) {
+        for (size_t k = 0, i = 0, j = 0; k < 3 * std::max(t, c);
+             ++k, i = (i + 1) % t, j = (j + 1) % c) {
             a = s[i] = rotl(s[i] + a + b, 3);
             b = l[j] = rotl(l[j] + a + b, a + b);
         }
         this->rotl_ = rotl;
     }
     Bytes encrypt(const Bytes &in) const {
-        auto word = [&](int o) { return uint32_t(in[o] | in[o + 1] << 8 | in[o + 2] << 16 | uint32_t(in[o + 3]) << 24); };
+        auto word = [&](int o) {
+            return uint32_t(in[o] | in[o + 1] << 8 | in[o + 2] << 16 | uint32_t(in[o + 3]) << 24);
+        };
         uint32_t a = word(0) + s[0], b = word(4) + s[1];
         for (int i = 1; i <= rounds; ++i) {
             a = rotl_(a ^ b, b) + s[2 * i];
@@ -83,10 +88,10 @@ TEST(Rc5, RoundsAndKeyLengthsAgainstModel) {
     }
 }
 
-
 const cbtest::Family<Rc5KeySchedule> kRc5 = {
-    E_RC5_ECB_Encrypt, E_RC5_ECB_Decrypt, E_RC5_CBC_Encrypt, E_RC5_CBC_Decrypt, E_RC5_CFB_Encrypt,
-    E_RC5_CFB_Decrypt, E_RC5_OFB_Encrypt, E_RC5_OFB_Decrypt, 1};
+    E_RC5_ECB_Encrypt, E_RC5_ECB_Decrypt, E_RC5_CBC_Encrypt,
+    E_RC5_CBC_Decrypt, E_RC5_CFB_Encrypt, E_RC5_CFB_Decrypt,
+    E_RC5_OFB_Encrypt, E_RC5_OFB_Decrypt, 1};
 
 // The modes over the model: ECB and CBC chaining, CFB-64 and CFB-8 and OFB-64 written out on
 // the model's block function.
@@ -99,7 +104,9 @@ Bytes modelModes(cbtest::Mode mode, bool enc, const Bytes &key, const Bytes &iv,
         Bytes d(in.begin() + long(i), in.begin() + long(std::min(i + 8, in.size())));
         Bytes k;
         switch (mode) {
-            case cbtest::Mode::Ecb: k = block(d); break;
+            case cbtest::Mode::Ecb:
+                k = block(d);
+                break;
             case cbtest::Mode::Cbc:
                 if (!enc) ADD_FAILURE() << "model encrypts only";
                 for (size_t j = 0; j < 8; ++j) reg[j] ^= d[j];
@@ -144,7 +151,6 @@ TEST(Rc5, SharedModeBehaviour) {
     cbtest::sharedModeChecks(kRc5, ks);
 }
 
-
 // RC5's little-endian words: widths that are not whole bytes take the register as a
 // little-endian number; block function from the model.
 TEST(Rc5, EveryFeedbackWidth) {
@@ -152,7 +158,8 @@ TEST(Rc5, EveryFeedbackWidth) {
     Rc5KeySchedule ks;
     E_RC5_KeySchedule(&ks, key.data(), uint32_t(key.size()), 12);
     Rc5Model model(key, 12);
-    cbtest::feedbackWidths(kRc5, ks, [&](const Bytes &b) { return model.encrypt(b); }, false);
+    cbtest::feedbackWidths(
+        kRc5, ks, [&](const Bytes &b) { return model.encrypt(b); }, false);
 }
 
 }  // namespace
