@@ -55,7 +55,10 @@ Oracle evpOracle(const char *prefix, int rc2Bits) {
             case Mode::Cfb8:
                 break;
         }
-        return cfb8FromEcb([&](const Bytes &b) { return run("-ECB", true, {}, b); }, enc, iv, in);
+        Bytes reg = iv;
+        return bitFeedbackModel([&](const Bytes &b) { return run("-ECB", true, {}, b); },
+                                enc ? Feedback::CfbEncrypt : Feedback::CfbDecrypt, true, 8, reg,
+                                in);
     };
 }
 
@@ -87,20 +90,35 @@ Bytes gcryptIdea(Mode mode, bool encrypt, const Bytes &key, const Bytes &iv, con
     return out;
 }
 
-Bytes cfb8FromEcb(const std::function<Bytes(const Bytes &)> &encryptBlock, bool encrypt,
-                  const Bytes &iv, const Bytes &input) {
-    Bytes reg = iv, out(input.size());
-    for (size_t i = 0; i < input.size(); ++i) {
-        uint8_t k = encryptBlock(reg)[0];
-        out[i] = input[i] ^ k;
-        reg.erase(reg.begin());
-        reg.push_back(encrypt ? out[i] : input[i]);
-    }
-    return out;
+Oracle blockOracle(const std::function<BlockFn(const Bytes &key)> &makeBlock) {
+    return [makeBlock](Mode mode, bool enc, const Bytes &key, const Bytes &iv, const Bytes &in) {
+        EXPECT_TRUE(enc) << "the block oracle encrypts only";
+        BlockFn block = makeBlock(key);
+        Bytes out, chain = iv, reg = iv;
+        switch (mode) {
+            case Mode::Ecb:
+            case Mode::Cbc:
+                for (size_t at = 0; at < in.size(); at += 8) {
+                    Bytes b(in.begin() + long(at), in.begin() + long(at) + 8);
+                    if (mode == Mode::Cbc)
+                        for (size_t i = 0; i < 8; ++i) b[i] ^= chain[i];
+                    chain = block(b);
+                    out.insert(out.end(), chain.begin(), chain.end());
+                }
+                return out;
+            case Mode::Cfb64:
+                return bitFeedbackModel(block, Feedback::CfbEncrypt, true, 64, reg, in);
+            case Mode::Cfb8:
+                return bitFeedbackModel(block, Feedback::CfbEncrypt, true, 8, reg, in);
+            case Mode::Ofb64:
+                return bitFeedbackModel(block, Feedback::Ofb, true, 64, reg, in, true);
+        }
+        return out;
+    };
 }
 
-Bytes bitFeedbackModel(const std::function<Bytes(const Bytes &)> &encryptBlock, Feedback mode,
-                       bool msbFirst, int numbits, Bytes &iv, const Bytes &input) {
+Bytes bitFeedbackModel(const BlockFn &encryptBlock, Feedback mode, bool msbFirst, int numbits,
+                       Bytes &iv, const Bytes &input, bool tail) {
     auto toWord = [&](const uint8_t *p, size_t count) {
         uint64_t w = 0;
         for (size_t i = 0; i < 8; ++i) {
@@ -121,12 +139,13 @@ Bytes bitFeedbackModel(const std::function<Bytes(const Bytes &)> &encryptBlock, 
     auto place = [&](uint64_t s) { return msbFirst ? (k == 64 ? s : s << (64 - k)) : s; };
     uint64_t reg = toWord(iv.data(), 8);
     Bytes out(input.size(), 0xEE);
-    for (size_t at = 0; at + n <= input.size(); at += n) {
+    for (size_t at = 0; at + (tail ? 1 : n) <= input.size(); at += n) {
+        size_t count = std::min<size_t>(n, input.size() - at);
         uint64_t key = segment(toWord(encryptBlock(toBytes(reg)).data(), 8));
-        uint64_t data = segment(toWord(input.data() + at, n));
+        uint64_t data = segment(toWord(input.data() + at, count));
         uint64_t c = data ^ key;
         Bytes o = toBytes(place(c));
-        std::copy(o.begin(), o.begin() + n, out.begin() + long(at));
+        std::copy(o.begin(), o.begin() + long(count), out.begin() + long(at));
         uint64_t in = mode == Feedback::CfbEncrypt ? c : mode == Feedback::CfbDecrypt ? data : key;
         if (k == 64)
             reg = in;

@@ -14,8 +14,8 @@ using vctest::Bytes;
 
 enum class Mode { Ecb, Cbc, Cfb64, Cfb8, Ofb64 };
 
-// oracle(mode, encrypt, key, iv, input) -> output. Modes an oracle lacks may be modelled on its
-// ECB (see cfb8FromEcb).
+// oracle(mode, encrypt, key, iv, input) -> output. Modes an oracle lacks are modelled on its
+// ECB (see bitFeedbackModel).
 using Oracle = std::function<Bytes(Mode, bool, const Bytes &, const Bytes &, const Bytes &)>;
 
 // Runs one EVP cipher over the input in one update. keyBits > 0 sets RC2's effective key bits.
@@ -29,19 +29,19 @@ Oracle evpOracle(const char *prefix, int rc2Bits = 0);
 // Runs libgcrypt's IDEA in the given mode.
 Bytes gcryptIdea(Mode mode, bool encrypt, const Bytes &key, const Bytes &iv, const Bytes &input);
 
-// CFB with 8-bit feedback over a block-encryption function: E(register), first byte XORs the
-// data, the register shifts one byte left (towards byte 0) and takes the ciphertext byte.
-Bytes cfb8FromEcb(const std::function<Bytes(const Bytes &)> &encryptBlock, bool encrypt,
-                  const Bytes &iv, const Bytes &input);
-
 enum class Feedback { CfbEncrypt, CfbDecrypt, Ofb };
 
 // CFB or OFB of any width 1..64 on steps of n = (numbits + 7) / 8 bytes, written bit by bit on
 // a 64-bit register: msbFirst takes register and data as big-endian bit strings (the first bits
 // are the most significant), otherwise as little-endian numbers (the first bits are the least
-// significant). Leftover bytes stay unwritten (0xEE); iv receives the final register.
-Bytes bitFeedbackModel(const std::function<Bytes(const Bytes &)> &encryptBlock, Feedback mode,
-                       bool msbFirst, int numbits, Bytes &iv, const Bytes &input);
+// significant). Leftover bytes stay unwritten (0xEE) unless `tail` asks for them to be XORed
+// with the first bytes of one more step; iv receives the final register.
+using BlockFn = std::function<Bytes(const Bytes &)>;
+Bytes bitFeedbackModel(const BlockFn &encryptBlock, Feedback mode, bool msbFirst, int numbits,
+                       Bytes &iv, const Bytes &input, bool tail = false);
+
+// An encrypting oracle for every Mode built on a block-encryption function of the key.
+Oracle blockOracle(const std::function<BlockFn(const Bytes &key)> &makeBlock);
 
 // One cipher family of ours, bound to a key schedule made from a key.
 template <class Schedule>
