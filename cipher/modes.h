@@ -18,8 +18,9 @@
 //   }
 //
 // The block functions get the block already loaded as words in the cipher's own order, so no
-// byte shuffling happens per block beyond one load and one store; define them inline in the
-// cipher's source so that each mode's loop compiles into one piece.
+// byte shuffling happens per block beyond one load and one store. Define them in the cipher's
+// source; every mode entry point is flattened, so each mode's loop compiles into one piece with
+// the block function and the words stay in registers.
 //
 // Byte streams are the same whatever the word order. The order matters only for the CFB and
 // OFB bit arithmetic on widths that are not whole bytes: there the register and data are
@@ -104,7 +105,7 @@ constexpr WordOrder stagingOf() {
 // ---- ECB ----
 
 template <class C>
-void ecbEncrypt(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks, uint32_t length) {
+[[gnu::flatten]] void ecbEncrypt(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks, uint32_t length) {
     constexpr unsigned N = C::kWords, B = 4 * N;
     for (; length >= B; length -= B, in += B, out += B) {
         auto b = load<C::kOrder, N>(in);
@@ -119,7 +120,7 @@ void ecbEncrypt(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks,
 }
 
 template <class C>
-void ecbDecrypt(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks, uint32_t length) {
+[[gnu::flatten]] void ecbDecrypt(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks, uint32_t length) {
     constexpr unsigned N = C::kWords, B = 4 * N;
     for (; length >= B; length -= B, in += B, out += B) {
         auto b = load<C::kOrder, N>(in);
@@ -137,7 +138,7 @@ void ecbDecrypt(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks,
 
 // Whole blocks of CBC encryption; returns the chaining block after them.
 template <class C>
-Block<C::kWords> cbcEncryptBlocks(const uint8_t *&in, uint8_t *&out, const typename C::Schedule *ks,
+[[gnu::always_inline]] inline Block<C::kWords> cbcEncryptBlocks(const uint8_t *&in, uint8_t *&out, const typename C::Schedule *ks,
                                   uint32_t &length, const uint8_t *iv) {
     constexpr unsigned N = C::kWords, B = 4 * N;
     auto chain = load<C::kOrder, N>(iv);
@@ -150,7 +151,7 @@ Block<C::kWords> cbcEncryptBlocks(const uint8_t *&in, uint8_t *&out, const typen
 }
 
 template <class C>
-Block<C::kWords> cbcDecryptBlocks(const uint8_t *&in, uint8_t *&out, const typename C::Schedule *ks,
+[[gnu::always_inline]] inline Block<C::kWords> cbcDecryptBlocks(const uint8_t *&in, uint8_t *&out, const typename C::Schedule *ks,
                                   uint32_t &length, const uint8_t *iv) {
     constexpr unsigned N = C::kWords, B = 4 * N;
     auto chain = load<C::kOrder, N>(iv);
@@ -167,7 +168,7 @@ Block<C::kWords> cbcDecryptBlocks(const uint8_t *&in, uint8_t *&out, const typen
 
 // The caller's iv is only read; a zero-filled tail becomes one more whole output block.
 template <class C>
-void cbcEncrypt(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks, uint32_t length,
+[[gnu::flatten]] void cbcEncrypt(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks, uint32_t length,
                 const uint8_t *iv) {
     auto chain = cbcEncryptBlocks<C>(in, out, ks, length, iv);
     if (length) {
@@ -179,7 +180,7 @@ void cbcEncrypt(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks,
 
 // A tail reads a whole block and writes `length` bytes: the plaintext that was zero-filled.
 template <class C>
-void cbcDecrypt(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks, uint32_t length,
+[[gnu::flatten]] void cbcDecrypt(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks, uint32_t length,
                 const uint8_t *iv) {
     auto chain = cbcDecryptBlocks<C>(in, out, ks, length, iv);
     if (length) {
@@ -194,7 +195,7 @@ void cbcDecrypt(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks,
 // directions. Encryption writes a whole block (the tail's ciphertext followed by keystream
 // bytes); decryption writes exactly the tail. Callers rely on both shapes, so both are kept.
 template <class C>
-void cbcEncryptNoPad(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks,
+[[gnu::flatten]] void cbcEncryptNoPad(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks,
                      uint32_t length, const uint8_t *iv) {
     auto chain = cbcEncryptBlocks<C>(in, out, ks, length, iv);
     if (length) {
@@ -205,7 +206,7 @@ void cbcEncryptNoPad(const uint8_t *in, uint8_t *out, const typename C::Schedule
 }
 
 template <class C>
-void cbcDecryptNoPad(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks,
+[[gnu::flatten]] void cbcDecryptNoPad(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks,
                      uint32_t length, const uint8_t *iv) {
     auto chain = cbcDecryptBlocks<C>(in, out, ks, length, iv);
     if (length) {  // only the tail's own bytes are read
@@ -247,7 +248,7 @@ inline Block<N> shiftIn(const Block<N> &reg, const Block<N> &in, unsigned numbit
 // once without writing anything, the iv included. Leftover bytes (fewer than a step) are not
 // processed; the final register goes back into the iv.
 template <class C, Feedback F>
-void feedbackMode(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks, int32_t numbits,
+[[gnu::flatten]] void feedbackMode(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks, int32_t numbits,
                   uint32_t length, uint8_t *iv) {
     constexpr unsigned N = C::kWords, B = 4 * N;
     constexpr WordOrder S = stagingOf<C>();
@@ -301,13 +302,13 @@ void ofb(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks, int32_
 
 // Single-block exports: the block is loaded in the cipher's order, processed and stored back.
 template <class C>
-void encryptBlock(uint8_t *block, const typename C::Schedule *ks) {
+[[gnu::flatten]] void encryptBlock(uint8_t *block, const typename C::Schedule *ks) {
     auto b = load<C::kOrder, C::kWords>(block);
     C::encrypt(b, ks);
     store<C::kOrder, C::kWords>(block, b);
 }
 template <class C>
-void decryptBlock(uint8_t *block, const typename C::Schedule *ks) {
+[[gnu::flatten]] void decryptBlock(uint8_t *block, const typename C::Schedule *ks) {
     auto b = load<C::kOrder, C::kWords>(block);
     C::decrypt(b, ks);
     store<C::kOrder, C::kWords>(block, b);
