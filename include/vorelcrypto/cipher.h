@@ -150,18 +150,173 @@ VC_API void E_DES3_3Key_CBC_Decrypt(const uint8_t *input, uint8_t *output,
 
 /* ---- IDEA ---- */
 
+/* IDEA, RC2, RC5 and Blowfish share the shapes above with an 8-byte block and CFB/OFB numbits
+ * 1 to 64 (a larger value writes nothing). Single-block functions take 8 bytes in stream order.
+ * CFB/OFB widths that are not whole bytes follow each cipher's word order: IDEA and Blowfish
+ * take register and data as one big-endian bit string (first bits most significant, as in
+ * NIST SP 800-38A), RC2 and RC5 as one little-endian number (first bits least significant).
+ * Their OFB functions take a seventh argument, `num`: null, or a pointer to the count of
+ * keystream bytes already used from the current step, which lets a stream be split across calls
+ * at any byte (see the OFB note under IDEA). */
+
+/* Block and key words are big-endian 16-bit halves, as IDEA defines them. The schedule holds the
+ * 52 encryption subkeys and the 52 decryption subkeys (inverses), both set by the key schedule. */
+typedef struct IdeaKeySchedule {
+    uint32_t encrypt[52];
+    uint32_t decrypt[52];
+} IdeaKeySchedule;
+
+/* key: 16 bytes. */
+VC_API void E_IDEA_KeySchedule(IdeaKeySchedule *schedule, const uint8_t *key);
+VC_API void E_IDEA_Encrypt(uint8_t *block, const IdeaKeySchedule *schedule);
+VC_API void E_IDEA_Decrypt(uint8_t *block, const IdeaKeySchedule *schedule);
+VC_API void E_IDEA_ECB_Encrypt(const uint8_t *input, uint8_t *output,
+                               const IdeaKeySchedule *schedule, uint32_t length);
+VC_API void E_IDEA_ECB_Decrypt(const uint8_t *input, uint8_t *output,
+                               const IdeaKeySchedule *schedule, uint32_t length);
+VC_API void E_IDEA_CBC_Encrypt(const uint8_t *input, uint8_t *output,
+                               const IdeaKeySchedule *schedule, uint32_t length, const uint8_t *iv);
+VC_API void E_IDEA_CBC_Decrypt(const uint8_t *input, uint8_t *output,
+                               const IdeaKeySchedule *schedule, uint32_t length, const uint8_t *iv);
+VC_API void E_IDEA_CFB_Encrypt(const uint8_t *input, uint8_t *output,
+                               const IdeaKeySchedule *schedule, int32_t numbits, uint32_t length,
+                               uint8_t *iv);
+VC_API void E_IDEA_CFB_Decrypt(const uint8_t *input, uint8_t *output,
+                               const IdeaKeySchedule *schedule, int32_t numbits, uint32_t length,
+                               uint8_t *iv);
+/* OFB and its seventh argument, for IDEA, RC2, RC5 and Blowfish alike. With num null the call
+ * behaves as the other OFB wrappers: whole steps of n = (numbits + 7) / 8 bytes, a shorter tail
+ * is neither processed nor written, and iv receives the final register. With num non-null and
+ * numbits a multiple of 8, the stream may be cut anywhere: on entry *num (0 to n - 1; larger
+ * values are taken modulo n, negative ones as 0) counts the keystream bytes of the current step
+ * already used by the previous call; those left are used first, whole steps follow, and a
+ * shorter tail is XORed with the first bytes of one more step, *num receiving how many were
+ * used. With numbits 64 this is the common "ofb64" stream with its `num` counter. For numbits
+ * not a multiple of 8 num is ignored and left unchanged. */
+VC_API void E_IDEA_OFB_Encrypt(const uint8_t *input, uint8_t *output,
+                               const IdeaKeySchedule *schedule, int32_t numbits, uint32_t length,
+                               uint8_t *iv, int32_t *num);
+VC_API void E_IDEA_OFB_Decrypt(const uint8_t *input, uint8_t *output,
+                               const IdeaKeySchedule *schedule, int32_t numbits, uint32_t length,
+                               uint8_t *iv, int32_t *num);
 
 /* ---- RC2 ---- */
 
+/* RC2 as in RFC 2268: block words little-endian 16-bit. The schedule is the expanded key K[0..63]. */
+typedef struct Rc2KeySchedule {
+    uint16_t K[64];
+} Rc2KeySchedule;
+
+/* keyLength: 1 to 128 bytes, longer keys are cut to 128. effectiveBits: 1 to 1024; any other
+ * value (0, negative, above 1024) is taken as 1024. */
+VC_API void E_RC2_KeySchedule(Rc2KeySchedule *schedule, const uint8_t *key, uint32_t keyLength,
+                              int32_t effectiveBits);
+VC_API void E_RC2_Encrypt(uint8_t *block, const Rc2KeySchedule *schedule);
+VC_API void E_RC2_Decrypt(uint8_t *block, const Rc2KeySchedule *schedule);
+VC_API void E_RC2_ECB_Encrypt(const uint8_t *input, uint8_t *output, const Rc2KeySchedule *schedule,
+                              uint32_t length);
+VC_API void E_RC2_ECB_Decrypt(const uint8_t *input, uint8_t *output, const Rc2KeySchedule *schedule,
+                              uint32_t length);
+VC_API void E_RC2_CBC_Encrypt(const uint8_t *input, uint8_t *output, const Rc2KeySchedule *schedule,
+                              uint32_t length, const uint8_t *iv);
+VC_API void E_RC2_CBC_Decrypt(const uint8_t *input, uint8_t *output, const Rc2KeySchedule *schedule,
+                              uint32_t length, const uint8_t *iv);
+VC_API void E_RC2_CFB_Encrypt(const uint8_t *input, uint8_t *output, const Rc2KeySchedule *schedule,
+                              int32_t numbits, uint32_t length, uint8_t *iv);
+VC_API void E_RC2_CFB_Decrypt(const uint8_t *input, uint8_t *output, const Rc2KeySchedule *schedule,
+                              int32_t numbits, uint32_t length, uint8_t *iv);
+VC_API void E_RC2_OFB_Encrypt(const uint8_t *input, uint8_t *output, const Rc2KeySchedule *schedule,
+                              int32_t numbits, uint32_t length, uint8_t *iv, int32_t *num);
+VC_API void E_RC2_OFB_Decrypt(const uint8_t *input, uint8_t *output, const Rc2KeySchedule *schedule,
+                              int32_t numbits, uint32_t length, uint8_t *iv, int32_t *num);
 
 /* ---- RC5 ---- */
 
+/* RC5-32 as in RFC 2040: block words little-endian 32-bit. S[0 .. 2r+1] is the expanded table
+ * (room for 16 rounds) and `rounds` the round count r. */
+typedef struct Rc5KeySchedule {
+    uint32_t S[34];
+    int32_t rounds;
+} Rc5KeySchedule;
+
+/* Any key length (0 included, as RFC 2040 allows). rounds: 0 to 16; any other value is taken as
+ * 16. Keys longer than 256 bytes take a temporary heap buffer, freed before return; should that
+ * allocation fail the schedule is computed from the first 256 key bytes. */
+VC_API void E_RC5_KeySchedule(Rc5KeySchedule *schedule, const uint8_t *key, uint32_t keyLength,
+                              int32_t rounds);
+VC_API void E_RC5_Encrypt(uint8_t *block, const Rc5KeySchedule *schedule);
+VC_API void E_RC5_Decrypt(uint8_t *block, const Rc5KeySchedule *schedule);
+VC_API void E_RC5_ECB_Encrypt(const uint8_t *input, uint8_t *output, const Rc5KeySchedule *schedule,
+                              uint32_t length);
+VC_API void E_RC5_ECB_Decrypt(const uint8_t *input, uint8_t *output, const Rc5KeySchedule *schedule,
+                              uint32_t length);
+VC_API void E_RC5_CBC_Encrypt(const uint8_t *input, uint8_t *output, const Rc5KeySchedule *schedule,
+                              uint32_t length, const uint8_t *iv);
+VC_API void E_RC5_CBC_Decrypt(const uint8_t *input, uint8_t *output, const Rc5KeySchedule *schedule,
+                              uint32_t length, const uint8_t *iv);
+VC_API void E_RC5_CFB_Encrypt(const uint8_t *input, uint8_t *output, const Rc5KeySchedule *schedule,
+                              int32_t numbits, uint32_t length, uint8_t *iv);
+VC_API void E_RC5_CFB_Decrypt(const uint8_t *input, uint8_t *output, const Rc5KeySchedule *schedule,
+                              int32_t numbits, uint32_t length, uint8_t *iv);
+VC_API void E_RC5_OFB_Encrypt(const uint8_t *input, uint8_t *output, const Rc5KeySchedule *schedule,
+                              int32_t numbits, uint32_t length, uint8_t *iv, int32_t *num);
+VC_API void E_RC5_OFB_Decrypt(const uint8_t *input, uint8_t *output, const Rc5KeySchedule *schedule,
+                              int32_t numbits, uint32_t length, uint8_t *iv, int32_t *num);
 
 /* ---- Blowfish ---- */
 
+/* Blowfish: block words big-endian. The P-array followed by the four S-boxes. */
+typedef struct BlowfishKeySchedule {
+    uint32_t P[18];
+    uint32_t S[4][256];
+} BlowfishKeySchedule;
+
+/* keyLength: 1 to 72 bytes; longer keys are cut to 72. Key bytes are taken cyclically. A length
+ * of 0 leaves the P-array unmixed with key bytes (the schedule is still well defined). */
+VC_API void E_BF_KeySchedule(BlowfishKeySchedule *schedule, const uint8_t *key, uint32_t keyLength);
+VC_API void E_BF_Encrypt(uint8_t *block, const BlowfishKeySchedule *schedule);
+VC_API void E_BF_Decrypt(uint8_t *block, const BlowfishKeySchedule *schedule);
+VC_API void E_BF_ECB_Encrypt(const uint8_t *input, uint8_t *output,
+                             const BlowfishKeySchedule *schedule, uint32_t length);
+VC_API void E_BF_ECB_Decrypt(const uint8_t *input, uint8_t *output,
+                             const BlowfishKeySchedule *schedule, uint32_t length);
+VC_API void E_BF_CBC_Encrypt(const uint8_t *input, uint8_t *output,
+                             const BlowfishKeySchedule *schedule, uint32_t length,
+                             const uint8_t *iv);
+VC_API void E_BF_CBC_Decrypt(const uint8_t *input, uint8_t *output,
+                             const BlowfishKeySchedule *schedule, uint32_t length,
+                             const uint8_t *iv);
+VC_API void E_BF_CFB_Encrypt(const uint8_t *input, uint8_t *output,
+                             const BlowfishKeySchedule *schedule, int32_t numbits, uint32_t length,
+                             uint8_t *iv);
+VC_API void E_BF_CFB_Decrypt(const uint8_t *input, uint8_t *output,
+                             const BlowfishKeySchedule *schedule, int32_t numbits, uint32_t length,
+                             uint8_t *iv);
+/* Blowfish OFB: `length` counts BITS, not bytes (length / 8 bytes are processed, lower three bits
+ * ignored); existing callers pass bit counts. Everything else, num included, as under IDEA. */
+VC_API void E_BF_OFB_Encrypt(const uint8_t *input, uint8_t *output,
+                             const BlowfishKeySchedule *schedule, int32_t numbits, uint32_t length,
+                             uint8_t *iv, int32_t *num);
+VC_API void E_BF_OFB_Decrypt(const uint8_t *input, uint8_t *output,
+                             const BlowfishKeySchedule *schedule, int32_t numbits, uint32_t length,
+                             uint8_t *iv, int32_t *num);
 
 /* ---- RC4 ---- */
 
+/* The indices i and j and the 256-entry permutation, one entry per 32-bit word. */
+typedef struct Rc4State {
+    uint32_t i, j;
+    uint32_t S[256];
+} Rc4State;
+
+/* keyLength: 1 to 256 bytes (bytes beyond 256 are never read; 0 keys with no key bytes). */
+VC_API void E_RC4_KeySchedule(Rc4State *state, const uint8_t *key, uint32_t keyLength);
+/* output = input XOR keystream, advancing the state; Decrypt is the same operation. A length of 0
+ * does nothing. input and output may be the same buffer. */
+VC_API void E_RC4_Encrypt(const uint8_t *input, uint8_t *output, Rc4State *state,
+                          uint32_t length);
+VC_API void E_RC4_Decrypt(const uint8_t *input, uint8_t *output, Rc4State *state,
+                          uint32_t length);
 
 VC_END_DECLS
 
