@@ -225,7 +225,8 @@ TEST(Digest, AgreesWithOracle) {
                 }
             };
             for (uint32_t n = 0; n <= 300; ++n)
-                for (size_t offset : {0, 1, 3}) expect(pool.data() + offset, n, offset == 0 ? Sizes{n} : randomPieces(rng, n));
+                for (size_t offset : {0, 1, 3})
+                    expect(pool.data() + offset, n, offset == 0 ? Sizes{n} : randomPieces(rng, n));
             for (int trial = 0; trial < 12; ++trial) {
                 uint32_t n = trial % 4 == 0 ? 65536 + rng.below(4000) : 300 + rng.below(5000);
                 expect(pool.data() + rng.below(4), n, randomPieces(rng, n));
