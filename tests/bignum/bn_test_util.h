@@ -65,14 +65,11 @@ inline Num randomNum(vctest::Rng &rng, int words, uint32_t sign = 0) {
 }
 
 // Fewer iterations under the sanitizers, which slow the loops down several times.
-#if defined(__SANITIZE_ADDRESS__)
-inline constexpr int kScale = 4;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-inline constexpr int kScale = 4;
-#else
-inline constexpr int kScale = 1;
+#ifndef __has_feature
+#define __has_feature(x) 0
 #endif
+#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
+inline constexpr int kScale = 4;
 #else
 inline constexpr int kScale = 1;
 #endif

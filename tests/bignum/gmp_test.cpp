@@ -20,14 +20,7 @@ using Gmp = void (*)(mpz_ptr w, mpz_srcptr x, mpz_srcptr y, mpz_srcptr m, uint32
 #define GMP(...) [](mpz_ptr w, mpz_srcptr x, mpz_srcptr y, mpz_srcptr m, uint32_t k) { __VA_ARGS__; }
 #define MODGMP(...) GMP(__VA_ARGS__; mpz_mod(w, w, m))
 
-const struct Op {
-    const char *name;
-    X x;
-    Y y;
-    Form form;
-    Ours ours;
-    Gmp gmp;
-} kOps[] = {
+const struct Op { const char *name; X x; Y y; Form form; Ours ours; Gmp gmp; } kOps[] = {
     {"add", A, B, Exact, OURS(EN_Add(r, x, y)), GMP(mpz_add(w, x, y))},
     {"sub", A, B, Exact, OURS(EN_Sub(r, x, y)), GMP(mpz_sub(w, x, y))},
     {"mul", A, B, Exact, OURS(EN_Mul(r, x, y)), GMP(mpz_mul(w, x, y))},

@@ -15,18 +15,12 @@ Num edgy(vctest::Rng &rng, int n, uint32_t sign = 0) {
     return fromWords(w, sign);
 }
 
-struct Operands {
-    Num a, b, s, base, e, m;
-};
+struct Operands { Num a, b, s, base, e, m; };
 using Fn = void (*)(ENUM *r, const Operands &o);
 
 // Even-word Montgomery moduli take the 64-bit path in EN_Mod_Exp; the reference runs the same
 // exponentiation through EN_MontMul. Unnormalised operands check the one-step length rule.
-const struct Kernel {
-    const char *name;
-    int every;
-    Fn fast, literal;
-} kKernels[] = {
+const struct Kernel { const char *name; int every; Fn fast, literal; } kKernels[] = {
     {"mul", 2, [](ENUM *r, const Operands &o) { EN_Mul(r, o.a.p(), o.b.p()); },
      [](ENUM *r, const Operands &o) { vc::bignum::mulLiteral(r, o.a.p(), o.b.p()); }},
     {"sqr", 1, [](ENUM *r, const Operands &o) { EN_Sqr(r, o.s.p()); },
