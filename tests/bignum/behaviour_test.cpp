@@ -1,11 +1,101 @@
-// The library's deliberate behaviours, each against a small model written here.
+// The library's deliberate behaviours, each against a small model or a value written here.
 #include "bn_test_util.h"
 
 using namespace bntest;
 
 namespace {
 
-using Words = std::vector<uint32_t>;
+Num W(const Words &w, uint32_t sign = 0) { return fromWords(w, sign); }
+Num with(uint32_t first, const Num &n) {  // a status word followed by n's words
+    Words w{first};
+    for (uint32_t x : n.words()) w.push_back(x);
+    return fromWords(w, n.e.sign);
+}
+uint32_t v(const Num &n) {  // the value as a small signed number, for results whose zero form is not pinned
+    Mpz z;
+    toMpz(z, n.p());
+    return uint32_t(mpz_get_si(z));
+}
+template <auto F>
+Num bin(const Num &a, const Num &b, Num r = Num()) { return F(r.p(), a.p(), b.p()), r; }
+template <auto F>
+uint32_t cmp(const Num &a, const Num &b) { return uint32_t(F(a.p(), b.p())); }
+Num modSub(uint32_t a, uint32_t b) { Num r; return EN_Mod_Sub(r.p(), W({a}).p(), W({b}).p(), W({7}).p()), r; }
+Num inv(uint32_t a, uint32_t m, uint32_t signs = 0) {  // r starts as 99 to show an unwritten result
+    Num r = W({99});
+    return EN_Mod_Inv(r.p(), W({a}, signs & 1).p(), W({m}, signs >> 1).p()), r;
+}
+Num mask(Words w, int32_t bit) { Num a = W(w); return with(uint32_t(EN_MaskBit(a.p(), bit)), a); }
+Num divByZero(const Num &zero) {  // status, then q and rem, which stay as they were
+    Num q = W({1, 2}), r = W({3});
+    return with(uint32_t(EN_Div(q.p(), r.p(), W({5, 6}).p(), zero.p())), with(q.store[0], with(q.store[1], r)));
+}
+
+const struct Pin { const char *name; Num (*make)(); uint32_t sign; Words want; } kPins[] = {
+    {"magnitude sum loses the carry into an all-ones word",
+     [] { return bin<EN_Add>(W({0xFFFFFFFF, 0xFFFFFFFF, 5}), W({1, 0, 1})); }, 0, {0, 0, 6}},
+    {"UComp returns the length difference", [] {
+         const Num a = W({1, 2, 3}), b = W({9}, 1), c = W({5, 7}), d = W({6, 7});
+         return W({cmp<EN_UComp>(a, b), cmp<EN_UComp>(b, a), cmp<EN_UComp>(c, d), cmp<EN_UComp>(d, c),
+                   cmp<EN_UComp>(c, c), cmp<EN_UComp>(W({}), b)});
+     }, 0, {2, uint32_t(-2), uint32_t(-1), 1, 0, uint32_t(-1)}},
+    {"EN_Create(4): four zero words, bit count 96, kept by Expand and Clone", [] {
+         ENUM *c = EN_Create(4), *k = nullptr;
+         const uint32_t length = uint32_t(c->length), bits = EN_GetFilledBitNum(c), *words = c->words;
+         EN_Expand(c, 20);
+         k = EN_Clone(c);
+         Num r = W({length, bits, uint32_t(c->length), c->words == words, uint32_t(k->length)});
+         return EN_Destroy(k), EN_Destroy(c), EN_Destroy(nullptr), r;
+     }, 0, {4, 96, 4, 1, 4}},
+    {"one-word zero trimmed by GetFilledBitNum", [] {
+         Num z;
+         EN_U32ToENUM(z.p(), 0);
+         const uint32_t before = uint32_t(z.e.length), bits = EN_GetFilledBitNum(z.p());
+         return W({before, bits, uint32_t(z.e.length)});
+     }, 0, {1, 0, 0}},
+    {"0 * -7 is a negative zero", [] { return bin<EN_Mul>(W({}), W({7}, 1)); }, 1, {}},
+    {"-0 < 0", [] { return W({cmp<EN_Comp>(W({}, 1), W({})), cmp<EN_Comp>(W({}), W({}, 1))}); }, 0, {uint32_t(-1), 1}},
+    {"5 + -5 is a positive zero", [] { return bin<EN_Add>(W({5}), W({5}, 1)); }, 0, {}},
+    {"-3 / 7 quotient", [] { Num q = W({9, 9}), r; return with(uint32_t(EN_Div(q.p(), r.p(), W({3}, 1).p(), W({7}).p())), q); },
+     0, {1, 0}},
+    {"-3 / 7 remainder", [] { Num r; return EN_Div(nullptr, r.p(), W({3}, 1).p(), W({7}).p()), r; }, 1, {3}},
+    {"7 / 2^32+1 remainder", [] { Num r; return EN_Div(nullptr, r.p(), W({7}).p(), W({1, 1}).p()), r; }, 0, {7}},
+    {"division by an empty zero writes nothing", [] { return divByZero(W({})); }, 0, {0, 1, 2, 3}},
+    {"division by a one-word zero writes nothing", [] { return divByZero(W({0})); }, 0, {0, 1, 2, 3}},
+    {"right shift past the length: one-word zero", [] { Num r = W({}, 1); return EN_RShift(r.p(), W({1, 2, 3}).p(), 160), r; },
+     0, {0}},
+    {"right shift clears the spare word, copies the sign", [] {
+         Num r;
+         std::fill(r.store.begin(), r.store.end(), 0xAAAAAAAAu), r.e.sign = 1;
+         EN_RShift(r.p(), W({0x11111111, 0x22222222, 0x33333333}).p(), 32);
+         return r.e.length++, r;
+     }, 0, {0x22222222, 0x33333333, 0}},
+    {"right shift in place keeps the sign", [] { Num a = W({8}, 1); return EN_RShift(a.p(), a.p(), 2), a; }, 1, {2}},
+    {"left shift by one in place", [] { Num a = W({0x80000000, 0x80000000}); return EN_LShift1(a.p(), a.p()), a; }, 0, {0, 1, 1}},
+    {"MaskBit past the length", [] { return mask({7, 9}, 64); }, 0, {0, 7, 9}},
+    {"MaskBit whole-word cut is not trimmed", [] { return mask({7, 0, 9}, 64); }, 0, {1, 7, 0}},
+    {"MaskBit partial cut", [] { return mask({7, 0x1234, 9}, 40); }, 0, {1, 7, 0x34}},
+    {"MaskBit partial cut is trimmed", [] { return mask({7, 0x1200, 9}, 40); }, 0, {1, 7}},
+    {"-3 mod 7 keeps the sign", [] { return bin<EN_Mod>(W({3}, 1), W({7})); }, 1, {3}},
+    {"Mod_Sub mod 7: a - b when a >= b, else m - (b - a), not reduced further", [] {
+         return W({v(modSub(2, 5)), v(modSub(5, 2)), v(modSub(20, 5)), v(modSub(5, 20)), v(modSub(3, 3)), v(modSub(0, 6))});
+     }, 0, {4, 3, 15, uint32_t(-8), 0, 1}},
+    {"6^-1 mod 9: none, one-word zero", [] { return inv(6, 9); }, 0, {0}},
+    {"0^-1 mod 7: none, one-word zero", [] { return inv(0, 7); }, 0, {0}},
+    {"inverses; negative operands leave r unwritten", [] {
+         return W({v(inv(10, 7)), v(inv(3, 7)), v(inv(1, 1)), v(inv(17, 3120)), v(inv(3, 7, 1)), v(inv(3, 7, 2))});
+     }, 0, {5, 5, 0, 2753, 99, 99}},
+    {"5^(empty) mod 11", [] { Num r; return EN_Mod_Exp(r.p(), W({5}).p(), W({}).p(), W({11}).p()), r; }, 0, {1}},
+    {"5^0 mod 1", [] { Num r; return EN_Mod_Exp(r.p(), W({5}).p(), W({0}).p(), W({1}).p()), r; }, 0, {0}},
+};
+
+TEST(BignumBehaviour, Pins) {
+    for (const Pin &pin : kPins) {
+        const Num got = pin.make();
+        EXPECT_EQ(got.words(), pin.want) << pin.name;
+        EXPECT_EQ(got.e.sign, pin.sign) << pin.name;
+    }
+}
 
 // Model of the magnitude sum: the carry out of a word is "the shorter operand's word (0 past
 // its end) exceeds the sum word"; the length is the longer operand's (plus one for a carry out
@@ -22,10 +112,7 @@ Words modelSum(const Words &a, const Words &b) {
     return out;
 }
 
-TEST(BignumBehaviour, MagnitudeSumLosesCarryIntoAllOnesWord) {
-    Num a = fromWords({0xFFFFFFFF, 0xFFFFFFFF, 5}), b = fromWords({1, 0, 1}), r;
-    EN_Add(r.p(), a.p(), b.p());
-    EXPECT_EQ(r.words(), (Words{0, 0, 6}));
+TEST(BignumBehaviour, MagnitudeSumAgainstModel) {
     vctest::Rng rng(40);
     const uint32_t pick[] = {0, 1, 0xFFFFFFFF, 0xFFFFFFFE, 0x80000000};
     int lost = 0;
@@ -35,220 +122,37 @@ TEST(BignumBehaviour, MagnitudeSumLosesCarryIntoAllOnesWord) {
             for (auto &w : *v) w = rng.below(3) ? pick[rng.below(5)] : rng.word();
         x.back() |= 1, y.back() |= 1;
         if (x.size() < y.size()) std::swap(x, y);
-        Num nx = fromWords(x, 1), ny = fromWords(y, 1);
-        EN_Add(r.p(), nx.p(), ny.p());  // equal signs: the magnitude sum, sign kept
-        ASSERT_EQ(r.words(), modelSum(x, y));
-        ASSERT_EQ(r.e.sign, 1u);
-        ny.e.sign = 0;
-        EN_Sub(r.p(), nx.p(), ny.p());  // different signs: the same sum
-        ASSERT_EQ(r.words(), modelSum(x, y));
+        const Num add = bin<EN_Add>(W(x, 1), W(y, 1)), sub = bin<EN_Sub>(W(x, 1), W(y));  // both the sum
+        ASSERT_EQ(add.words(), modelSum(x, y));
+        ASSERT_EQ(add.e.sign, 1u);
+        ASSERT_EQ(sub.words(), modelSum(x, y));
         Mpz zx, zy, zr;
-        toMpz(zx, nx.p());
-        toMpz(zy, ny.p());
-        mpz_sub(zx, zx, zy);
-        toMpz(zr, r.p());
-        lost += mpz_cmp(zx, zr) != 0;
+        toMpz(zx, W(x).p()), toMpz(zy, W(y).p()), toMpz(zr, sub.p());
+        mpz_add(zx, zx, zy);
+        lost += mpz_cmpabs(zx, zr) != 0;
     }
     EXPECT_GT(lost, 0);  // the operands did reach the lost carry
 }
 
-TEST(BignumBehaviour, UCompReturnsLengthDifference) {
-    struct {
-        Words a, b;
-        int32_t want;
-    } cases[] = {
-        {{1, 2, 3}, {9}, 2}, {{9}, {1, 2, 3}, -2}, {{5, 7}, {6, 7}, -1}, {{6, 7}, {5, 7}, 1}, {{5, 7}, {5, 7}, 0}, {{}, {4}, -1},
-    };
-    for (auto &c : cases) {
-        Num a = fromWords(c.a), b = fromWords(c.b, 1);
-        EXPECT_EQ(EN_UComp(a.p(), b.p()), c.want);
-    }
-}
-
-TEST(BignumBehaviour, UnnormalisedZeroForms) {
-    ENUM *c = EN_Create(4);
-    ASSERT_NE(c, nullptr);
-    EXPECT_EQ(c->length, 4);
-    EXPECT_EQ(EN_GetFilledBitNum(c), 96u);
-    EXPECT_EQ(c->length, 4);
-    uint32_t *words = c->words;
-    EN_Expand(c, 20);  // the record is left as it was
-    EXPECT_EQ(c->words, words);
-    EXPECT_EQ(c->length, 4);
-    ENUM *k = EN_Clone(c);
-    EXPECT_EQ(k->length, 4);
-    EN_Destroy(k);
-    EN_Destroy(c);
-    EN_Destroy(nullptr);
-
-    Num z;
-    EN_U32ToENUM(z.p(), 0);
-    EXPECT_EQ(z.e.length, 1);
-    EXPECT_EQ(EN_GetFilledBitNum(z.p()), 0u);
-    EXPECT_EQ(z.e.length, 0);
-
-    Num zero, minus7 = fromWords({7}, 1), r;
-    EN_Mul(r.p(), zero.p(), minus7.p());
-    EXPECT_EQ(r.e.length, 0);
-    EXPECT_EQ(r.e.sign, 1u);
-    Num negZero;
-    negZero.e.sign = 1;
-    EXPECT_EQ(EN_Comp(negZero.p(), zero.p()), -1);
-    EXPECT_EQ(EN_Comp(zero.p(), negZero.p()), 1);
-    Num five = fromWords({5}), minus5 = fromWords({5}, 1);
-    EN_Add(r.p(), five.p(), minus5.p());
-    EXPECT_EQ(r.e.length, 0);
-    EXPECT_EQ(r.e.sign, 0u);
-
-    Num three = fromWords({3}, 1), seven = fromWords({7}), q = fromWords({9, 9}), rem;
-    ASSERT_EQ(EN_Div(q.p(), rem.p(), three.p(), seven.p()), 1);
-    EXPECT_EQ(q.e.length, 1);
-    EXPECT_EQ(q.store[0], 0u);
-    EXPECT_EQ(q.e.sign, 0u);
-    EXPECT_EQ(rem.words(), Words{3});
-    EXPECT_EQ(rem.e.sign, 1u);
-    EXPECT_EQ(EN_Div(nullptr, rem.p(), seven.p(), fromWords({1, 1}).p()), 1);
-    EXPECT_EQ(rem.words(), Words{7});
-
-    Num a = fromWords({1, 2, 3});
-    r.e.sign = 1;
-    EN_RShift(r.p(), a.p(), 32 * 5);  // beyond the length: zero in the one-word form
-    EXPECT_EQ(r.e.length, 1);
-    EXPECT_EQ(r.store[0], 0u);
-    EXPECT_EQ(r.e.sign, 0u);
-}
-
-TEST(BignumBehaviour, DivisionByZeroWritesNothing) {
-    Num a = fromWords({5, 6}), q = fromWords({1, 2}), rem = fromWords({3});
-    Num zeros[2];
-    EN_U32ToENUM(zeros[1].p(), 0);
-    for (auto &z : zeros) {
-        EXPECT_EQ(EN_Div(q.p(), rem.p(), a.p(), z.p()), 0);
-        EXPECT_EQ(q.words(), (Words{1, 2}));
-        EXPECT_EQ(rem.words(), Words{3});
-    }
-}
-
-TEST(BignumBehaviour, ShiftsMaskBitAndSpareWord) {
-    Num r;
-    r.store.assign(r.store.size(), 0xAAAAAAAAu);
-    r.e.sign = 1;
-    Num a = fromWords({0x11111111, 0x22222222, 0x33333333});
-    EN_RShift(r.p(), a.p(), 32);
-    EXPECT_EQ(r.words(), (Words{0x22222222, 0x33333333}));
-    EXPECT_EQ(r.store[2], 0u);  // the spare word past the result
-    EXPECT_EQ(r.e.sign, 0u);    // copied from another record
-    Num neg = fromWords({8}, 1);
-    EN_RShift(neg.p(), neg.p(), 2);  // in place: magnitude shifted, record's sign untouched
-    EXPECT_EQ(neg.words(), Words{2});
-    EXPECT_EQ(neg.e.sign, 1u);
-
-    Num two = fromWords({0x80000000, 0x80000000});
-    EN_LShift1(two.p(), two.p());
-    EXPECT_EQ(two.words(), (Words{0, 1, 1}));
-
-    Num m2 = fromWords({7, 9});
-    EXPECT_EQ(EN_MaskBit(m2.p(), 64), 0);
-    EXPECT_EQ(m2.words(), (Words{7, 9}));
-    Num m3 = fromWords({7, 0, 9});
-    EXPECT_EQ(EN_MaskBit(m3.p(), 64), 1);
-    EXPECT_EQ(m3.e.length, 2);  // a whole-word cut is not trimmed
-    Num m4 = fromWords({7, 0x1234, 9});
-    EXPECT_EQ(EN_MaskBit(m4.p(), 40), 1);
-    EXPECT_EQ(m4.words(), (Words{7, 0x34}));
-    Num m5 = fromWords({7, 0x1200, 9});
-    EXPECT_EQ(EN_MaskBit(m5.p(), 40), 1);
-    EXPECT_EQ(m5.words(), (Words{7}));  // a partial cut is trimmed
-}
-
-TEST(BignumBehaviour, ModuloKeepsSignAndSubDoesNotReduce) {
-    Num minus3 = fromWords({3}, 1), seven = fromWords({7}), r;
-    EN_Mod(r.p(), minus3.p(), seven.p());
-    EXPECT_EQ(r.words(), Words{3});
-    EXPECT_EQ(r.e.sign, 1u);
-    vctest::Rng rng(41);
-    for (int it = 0; it < 500; it++) {
-        Num a = randomNum(rng, 1 + int(rng.below(40)), 1), m = randomNum(rng, 1 + int(rng.below(20)));
-        Mpz za, zm, want;
-        toMpz(za, a.p());
-        toMpz(zm, m.p());
-        mpz_tdiv_r(want, za, zm);
-        EN_Mod(r.p(), a.p(), m.p());
-        Mpz got;
-        toMpz(got, r.p());
-        ASSERT_EQ(mpz_cmp(got, want), 0);
-    }
-    // Model: a - b when a >= b, else m - (b - a), reduced only when both inputs were.
-    struct {
-        uint32_t a, b, m;
-        int64_t want;
-    } cases[] = {{2, 5, 7, 4}, {5, 2, 7, 3}, {20, 5, 7, 15}, {5, 20, 7, -8}, {3, 3, 7, 0}, {0, 6, 7, 1}};
-    for (auto &c : cases) {
-        Num a = fromWords({c.a}), b = fromWords({c.b}), m = fromWords({c.m});
-        EN_Mod_Sub(r.p(), a.p(), b.p(), m.p());
-        Mpz got;
-        toMpz(got, r.p());
-        EXPECT_EQ(mpz_get_si(got), c.want) << c.a << " - " << c.b;
-    }
-}
-
-TEST(BignumBehaviour, InverseZeroWhenNoneAndUnwrittenForNegatives) {
-    struct {
-        uint32_t a, m, want;
-        bool none;
-    } cases[] = {{6, 9, 0, true}, {10, 7, 5, false}, {3, 7, 5, false}, {0, 7, 0, true}, {1, 1, 0, false}, {17, 3120, 2753, false}};
-    for (auto &c : cases) {
-        Num a = fromWords({c.a}), m = fromWords({c.m}), r = fromWords({99});
-        EN_Mod_Inv(r.p(), a.p(), m.p());
-        Mpz got;
-        toMpz(got, r.p());
-        EXPECT_EQ(mpz_get_ui(got), c.want) << c.a << " mod " << c.m;
-        if (c.none) {
-            EXPECT_EQ(r.e.length, 1);  // zero as sign 0, length 1, word 0
-        }
-    }
-    Num a = fromWords({3}, 1), m = fromWords({7}), r = fromWords({99});
-    EN_Mod_Inv(r.p(), a.p(), m.p());
-    EXPECT_EQ(r.words(), Words{99});
-    a.e.sign = 0, m.e.sign = 1;
-    EN_Mod_Inv(r.p(), a.p(), m.p());
-    EXPECT_EQ(r.words(), Words{99});
-}
-
-TEST(BignumBehaviour, ExpOfZeroExponent) {
-    Num a = fromWords({5}), e, m = fromWords({11}), one = fromWords({1}), r;
-    EN_Mod_Exp(r.p(), a.p(), e.p(), m.p());
-    EXPECT_EQ(r.words(), Words{1});
-    EN_U32ToENUM(e.p(), 0);
-    EN_Mod_Exp(r.p(), a.p(), e.p(), one.p());
-    EXPECT_EQ(r.e.length, 1);
-    EXPECT_EQ(r.store[0], 0u);
-}
-
 // Model of the Montgomery reduction with GMP: the word loop runs once per word of t cut to its
 // low ri bits (a whole-word cut keeps its length, a partial one is trimmed), on t held in
-// al + nl + 1 words (higher words of a long t drop out).
+// al + nl + 1 words (higher words of a long t drop out). An empty low part leaves out as it was.
 void modelReduce(mpz_ptr out, const ENUM *t, const EN_MontCtx &ctx) {
     Mpz T, n, q, low;
     toMpz(T, t);
     toMpz(n, &ctx.N);
-    const int32_t wordsT = t->length, w = int32_t(ctx.ri / 32);
-    int32_t al = wordsT;
-    if (w < wordsT) {
-        if (ctx.ri % 32 == 0) {
-            al = w;
-        } else {
-            mpz_tdiv_r_2exp(low, T, ctx.ri);
-            al = int32_t((mpz_sizeinbase(low, 2) + 31) / 32);
-            if (mpz_sgn(low.z) == 0) al = 0;
-        }
+    const int32_t w = int32_t(ctx.ri / 32);
+    int32_t al = t->length;
+    if (w < al) {
+        mpz_tdiv_r_2exp(low, T, ctx.ri);
+        al = ctx.ri % 32 == 0 ? w : int32_t((mpz_sizeinbase(low, 2) + 31) / 32);
+        if (ctx.ri % 32 && mpz_sgn(low.z) == 0) al = 0;
     }
     if (al == 0) return;
     const uint32_t held = uint32_t(32 * (al + ctx.N.length + 1));
     mpz_tdiv_r_2exp(T, T, held);
     for (int32_t i = 0; i < al; i++) {
         mpz_tdiv_q_2exp(q, T, uint32_t(32 * i));
-        mpz_tdiv_r_2exp(q, q, 32);
         mpz_mul_ui(q, q, ctx.nprime);
         mpz_tdiv_r_2exp(q, q, 32);
         mpz_mul(q, q, n);
@@ -260,46 +164,51 @@ void modelReduce(mpz_ptr out, const ENUM *t, const EN_MontCtx &ctx) {
     if (mpz_cmp(out, n) >= 0) mpz_sub(out, out, n);
 }
 
-TEST(BignumBehaviour, MontgomeryReductionShortenedByZeroTopWords) {
+TEST(BignumBehaviour, MontgomeryAgainstModel) {
     vctest::Rng rng(42);
     int shortened = 0;
     for (int it = 0; it < 600; it++) {
-        const int words = 2 + int(rng.below(10));
+        const int words = it % 8 ? 2 + int(rng.below(10)) : 1 + int(rng.below(75));
         Num m = randomNum(rng, words);
         m.store[0] |= 1;
-        if (it % 2) m.store[size_t(words - 1)] |= 0x80000000u;  // bit length a multiple of 32
-        else m.store[size_t(words - 1)] = (m.store[size_t(words - 1)] >> 12) | 1;
+        uint32_t &top = m.store[size_t(words - 1)];
+        top = it % 2 ? top | 0x80000000u : (top >> 12) | 1;  // bit length a multiple of 32, or not
         Num rr(160), ni(160), n(160), spare(160);
         EN_MontCtx ctx{0, rr.e, ni.e, n.e, spare.e, 0};
         EN_MontSet(&ctx, m.p());
-        // t: a short number, or one whose low part has zero top words.
+        Mpz zm, want, got, zt, math;
+        toMpz(zm, m.p());
+        if (m.store[0] != 1) {
+            ASSERT_EQ(uint32_t(m.store[0] * ctx.nprime), 0xFFFFFFFFu);
+        }
+        // t: random and short, or with zero top words in its low ri bits.
         Num t = randomNum(rng, 1 + int(rng.below(uint32_t(2 * words))));
         if (it % 3 == 0 && t.e.length >= words)
             for (int k = 1 + int(rng.below(uint32_t(words - 1))); k < words; k++) t.store[size_t(k)] = 0;
-        if (ctx.ri % 32) {  // zero the low part above word 0
-            Mpz zt, hi, lo;
-            toMpz(zt, t.p());
-            mpz_tdiv_q_2exp(hi, zt, ctx.ri);
-            mpz_tdiv_r_2exp(lo, zt, 32);
-            if (it % 3 == 0) mpz_mul_2exp(hi, hi, ctx.ri), mpz_add(zt, hi, lo);
+        toMpz(zt, t.p());
+        if (ctx.ri % 32 && it % 3 == 0) {  // zero the low part above word 0
+            mpz_tdiv_q_2exp(math, zt, ctx.ri), mpz_mul_2exp(math, math, ctx.ri);
+            mpz_tdiv_r_2exp(zt, zt, 32), mpz_add(zt, zt, math);
             t = fromMpz(zt);
         }
-        Num r = fromWords({0x5a5a}), full(160);
-        Mpz want, math, rinv, zt, zn;
-        mpz_set_ui(want, 0x5a5a);  // an empty low part leaves r as it was
+        Num r = W({0x5a5a});
+        mpz_set_ui(want, 0x5a5a);
         modelReduce(want, t.p(), ctx);
         EN_MontReduce(r.p(), t.p(), &ctx);
-        Mpz got;
         toMpz(got, r.p());
-        ASSERT_EQ(mpz_cmp(got, want), 0) << it << " t " << str(t.p()) << " m " << str(m.p()) << " ri " << ctx.ri;
-        toMpz(zt, t.p());
-        toMpz(zn, m.p());
-        mpz_set_ui(rinv, 1);
-        mpz_mul_2exp(rinv, rinv, ctx.ri);
-        mpz_invert(rinv, rinv, zn);
-        mpz_mul(math, zt, rinv);
-        mpz_mod(math, math, zn);
+        ASSERT_EQ(mpz_cmp(got, want), 0) << it << " ri " << ctx.ri;
+        mpz_set_ui(math, 1), mpz_mul_2exp(math, math, ctx.ri), mpz_invert(math, math, zm);
+        mpz_mul(math, math, zt), mpz_mod(math, math, zm);
         shortened += mpz_cmp(math, got) != 0;
+        // MontMul: the product of two reduced numbers, then the same reduction.
+        Num a = randomNum(rng, words), b = randomNum(rng, words);
+        toMpz(zt, a.p()), mpz_mod(zt, zt, zm), a = fromMpz(zt);
+        toMpz(math, b.p()), mpz_mod(math, math, zm), b = fromMpz(math);
+        mpz_mul(zt, zt, math);
+        modelReduce(want, fromMpz(zt).p(), ctx);
+        EN_MontMul(r.p(), a.p(), b.p(), &ctx);
+        toMpz(got, r.p());
+        ASSERT_EQ(mpz_cmp(got, want), 0) << it;
     }
     EXPECT_GT(shortened, 50);  // the cases did leave the textbook result
 }
