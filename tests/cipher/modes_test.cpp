@@ -176,7 +176,10 @@ TEST(Modes, AgainstOracle) {
     for (const auto &c : ciphers()) {
         SCOPED_TRACE(c.name);
         for (int trial = 0; trial < 30; ++trial) {
-            auto [key, param, o] = randomKey(c, rng);
+            const Keyed k = randomKey(c, rng);  // not a structured binding: lambdas capture these
+            const Bytes &key = k.key;
+            const int param = k.param;
+            const Ops &o = k.ops;
             const Bytes iv = rng.bytes(c.block), blocks = rng.bytes(c.block * rng.below(12));
             const Bytes any = rng.bytes(rng.below(150));
             SCOPED_TRACE(testing::Message() << vctest::toHex(key) << " param " << param);
@@ -233,7 +236,10 @@ TEST(Modes, Tails) {
     for (const auto &c : ciphers()) {
         SCOPED_TRACE(c.name);
         for (uint32_t n = 1; n <= 2 * c.block + 1; ++n) {
-            auto [key, param, o] = randomKey(c, rng);
+            const Keyed k = randomKey(c, rng);
+            const Bytes &key = k.key;
+            const int param = k.param;
+            const Ops &o = k.ops;
             const Bytes iv = rng.bytes(c.block), in = rng.bytes(n);
             Bytes padded = in;
             padded.resize((n + c.block - 1) / c.block * c.block, 0);
@@ -267,7 +273,10 @@ TEST(Modes, WidthsAndInPlace) {
     for (const auto &c : ciphers()) {
         SCOPED_TRACE(c.name);
         for (int trial = 0; trial < 6; ++trial) {
-            auto [key, param, o] = randomKey(c, rng);
+            const Keyed k = randomKey(c, rng);
+            const Bytes &key = k.key;
+            const int param = k.param;
+            const Ops &o = k.ops;
             const Bytes iv = rng.bytes(c.block), in = rng.bytes(rng.below(5 * c.block));
             const auto n = uint32_t(in.size());
             auto enc = [&](const Bytes &b) { return oracleBlock(c, key, param, b); };
