@@ -10,7 +10,6 @@
 //       static constexpr WordOrder kOrder = WordOrder::Big;  // how the rounds read block bytes
 //       static void encrypt(Block<4> &b, const Schedule *s);  // one block, in place
 //       static void decrypt(Block<4> &b, const Schedule *s);
-//       // optional: static constexpr WordOrder kStaging = WordOrder::Big;  (see below)
 //   };
 //   void E_SEED_CBC_Encrypt(const uint8_t *in, uint8_t *out, const SeedKeySchedule *ks,
 //                           uint32_t length, const uint8_t *iv) {
@@ -24,8 +23,9 @@
 //
 // Byte streams are the same whatever the word order. The order matters only for the CFB and
 // OFB bit arithmetic on widths that are not whole bytes: there the register and data are
-// staged as words in kStaging order (little-endian unless the cipher says otherwise) and taken
-// as one little-endian number of words, word 0 least significant.
+// staged as little-endian words and taken as one little-endian number of words, word 0 least
+// significant. Ciphers that want most-significant-bit-first widths adapt around this
+// (modes64.h).
 #pragma once
 
 #include <array>
@@ -105,14 +105,6 @@ inline void unroll(F &&f) {
         (f(std::integral_constant<unsigned, I>{}), ...);
     }
     (std::make_integer_sequence<unsigned, Count>{});
-}
-
-template <class C>
-constexpr WordOrder stagingOf() {
-    if constexpr (requires { C::kStaging; })
-        return C::kStaging;
-    else
-        return WordOrder::Little;
 }
 
 // ---- ECB ----
@@ -241,7 +233,7 @@ template <class C>
 
 enum class Feedback { CfbEncrypt, CfbDecrypt, Ofb };
 
-// Encrypts the register (held in staging order) with the forward cipher.
+// Encrypts the register (held as little-endian staged words) with the forward cipher.
 template <class C, WordOrder S, bool Cold = false>
 inline Block<C::kWords> keystream(Block<C::kWords> reg, const typename C::Schedule *ks) {
     if constexpr (S != C::kOrder)
@@ -275,7 +267,7 @@ template <class C, Feedback F>
 [[gnu::flatten]] void feedbackMode(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks,
                                    int32_t numbits, uint32_t length, uint8_t *iv) {
     constexpr unsigned N = C::kWords, B = 4 * N;
-    constexpr WordOrder S = stagingOf<C>();
+    constexpr WordOrder S = WordOrder::Little;
     if (numbits < 1 || numbits > int32_t(8 * B)) return;
     const unsigned bits = unsigned(numbits), n = (bits + 7) / 8;
 
