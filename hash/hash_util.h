@@ -5,6 +5,10 @@
 #include <cstdint>
 #include <cstring>
 
+// For the small step functions of unrolled compressions, which the compiler would otherwise
+// leave as calls once a block grows past its inlining budget.
+#define VC_ALWAYS_INLINE inline __attribute__((always_inline))
+
 namespace vc::hash {
 
 inline uint32_t rotl32(uint32_t x, unsigned n) { return (x << n) | (x >> ((32 - n) & 31)); }
