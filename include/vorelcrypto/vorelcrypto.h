@@ -10,5 +10,6 @@
 #include <vorelcrypto/bignum.h>
 #include <vorelcrypto/cipher.h>
 #include <vorelcrypto/random.h>
+#include <vorelcrypto/prime.h>
 
 #endif

@@ -1,0 +1,69 @@
+// Internal state of the process-wide random generators and the seed sources. Tests include
+// this header to set a generator's state and compare its output with a model; nothing here is
+// exported.
+#pragma once
+
+#include <vorelcrypto/bignum.h>
+
+#include <cstdint>
+
+namespace vc::random {
+
+// ---- seed sources ----
+void osRandom(uint8_t *out, uint32_t len);  // getrandom(), retried until filled
+uint32_t tickCount();                       // CLOCK_MONOTONIC in ms, low 32 bits
+uint32_t processId();
+uint32_t timeSeconds();                     // time(nullptr), low 32 bits
+uint32_t processClockMs();                  // clock() in ms
+
+// ---- MD5 entropy pools ----
+inline constexpr int32_t kPoolSize = 1023;
+struct Pool {
+    uint8_t bytes[kPoolSize];
+    uint8_t md[16];
+    uint32_t counter;
+    int32_t index;
+    int32_t filled;
+    bool firstUse;
+};
+Pool &entropyPool();  // RAND_Bytes
+Pool &rsaPool();      // E_GenerateRandom_RSA, E_GenerateSeed_RSA
+void poolMix(Pool &pool, const uint8_t *in, int32_t len);
+void poolOutput(Pool &pool, uint8_t *out, int32_t len);
+// The internal mixer of the entropy pool.
+void RAND_Seed(const uint8_t *in, int32_t len);
+
+// ---- DES generator ----
+struct DesState {
+    uint8_t a[8];
+    uint8_t b[8];
+    bool firstUse;
+};
+DesState &desState();
+// The two fixed keys, for tests that check the stored schedules.
+extern const uint8_t kDesKey1[8];
+extern const uint8_t kDesKey2[8];
+
+// ---- MD5 hash chain ----
+struct ChainState {
+    uint8_t s[16];
+    bool firstUse;
+};
+ChainState &chainState();
+
+// ---- G-function loops (tests drive them with their own XKEY, XSEED and q) ----
+// Supplies one XSEED per iteration.
+using SeedSource = void (*)(ENUM *xseed, void *arg);
+// X9.31 loop: len bytes; xkey (5 words of room) is advanced in place.
+void x931Loop(uint8_t *out, uint32_t len, ENUM *xkey, const ENUM *q, SeedSource seed, void *arg);
+// X9.62 loop: (bits + 159) / 160 blocks of G(XKEY + xseed) into out (20 bytes each), xkey
+// advanced in place by each block; xseed may be null. Returns the block count.
+uint32_t x962Loop(uint8_t *out, uint32_t bits, ENUM *xkey, const ENUM *xseed);
+
+}  // namespace vc::random
+
+namespace vc::random {
+// E_GenerateRandom_ECKCDSA after its XKEY is drawn: k = HAS160-expand(XKEY + XSEED, 2 b) mod q.
+void eckcdsaFromXkey(const ENUM *xkey, const uint8_t *seed, uint32_t seedLen, const ENUM *q,
+                     uint32_t b, uint8_t *out, uint32_t *outLen);
+}  // namespace vc::random

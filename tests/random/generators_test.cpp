@@ -1,0 +1,374 @@
+// The generators' output algorithms against independent models built on OpenSSL (MD5, DES,
+// the SHA-1 compression) and on our separately tested HAS-160, from states the tests set.
+#define OPENSSL_SUPPRESS_DEPRECATED
+#include "random/random_internal.h"
+
+#include <vorelcrypto/cipher.h>
+#include <vorelcrypto/hash.h>
+#include <vorelcrypto/random.h>
+
+#include <gmp.h>
+#include <gtest/gtest.h>
+#include <openssl/des.h>
+#include <openssl/md5.h>
+#include <openssl/sha.h>
+
+#include <cstring>
+#include <vector>
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+namespace vr = vc::random;
+
+struct Num {
+    uint32_t w[160] = {};
+    ENUM n{0, 0, w};
+    ENUM *operator&() { return &n; }
+};
+
+Bytes md5(std::initializer_list<Bytes> parts) {
+    MD5_CTX c;
+    MD5_Init(&c);
+    for (const Bytes &p : parts) MD5_Update(&c, p.data(), p.size());
+    Bytes d(16);
+    MD5_Final(d.data(), &c);
+    return d;
+}
+
+// ---- pool model: indexes kept as plain integers, wrap by modulo ----
+struct PoolModel {
+    Bytes pool = Bytes(1023);
+    Bytes md = Bytes(16);
+    uint32_t counter = 0;
+    int index = 0, filled = 0;
+
+    void mix(const Bytes &in) {
+        int p = index, f = filled;
+        index += int(in.size());
+        if (index >= 1024) {
+            index %= 1023;
+            f = 1023;
+        } else if (f < 1023) {
+            f = std::max(f, index);
+        }
+        for (size_t off = 0; off < in.size(); off += 16) {
+            size_t j = std::min<size_t>(16, in.size() - off);
+            Bytes window, chunk(in.begin() + long(off), in.begin() + long(off + j));
+            for (size_t i = 0; i < j; i++) window.push_back(pool[(size_t(p) + i) % 1023]);
+            md = md5({md, window, chunk});
+            for (size_t i = 0; i < j; i++) {
+                if (p + int(i) >= 1023 && f < 1023) f = 1023;
+                pool[(size_t(p) + i) % 1023] ^= md[i];
+            }
+            p = int((size_t(p) + j) % 1023);
+        }
+        filled = f;
+    }
+    Bytes draw(Bytes out) {
+        int p = index;
+        index += int(out.size());
+        if (index > filled) index %= filled;
+        for (size_t off = 0; off < out.size(); off += 8) {
+            size_t j = std::min<size_t>(8, out.size() - off);
+            Bytes window, prev(out.begin() + long(off), out.begin() + long(off + j));
+            for (size_t i = 0; i < j; i++) window.push_back(pool[(size_t(p) + i) % size_t(filled)]);
+            md = md5({Bytes(md.begin() + 8, md.end()), prev, window});
+            for (size_t i = 0; i < j; i++) {
+                pool[(size_t(p) + i) % size_t(filled)] ^= md[i];
+                out[off + i] = md[8 + i];
+            }
+            p = int((size_t(p) + j) % size_t(filled));
+        }
+        Bytes ctr(4);
+        std::memcpy(ctr.data(), &counter, 4);
+        counter++;
+        md = md5({ctr, md});
+        return out;
+    }
+};
+
+void load(vr::Pool &pool, const PoolModel &m) {
+    std::memcpy(pool.bytes, m.pool.data(), 1023);
+    std::memcpy(pool.md, m.md.data(), 16);
+    pool.counter = m.counter;
+    pool.index = m.index;
+    pool.filled = m.filled;
+    pool.firstUse = false;
+}
+
+void expectSame(const vr::Pool &pool, const PoolModel &m) {
+    EXPECT_EQ(Bytes(pool.bytes, pool.bytes + 1023), m.pool);
+    EXPECT_EQ(Bytes(pool.md, pool.md + 16), m.md);
+    EXPECT_EQ(pool.counter, m.counter);
+    EXPECT_EQ(pool.index, m.index);
+    EXPECT_EQ(pool.filled, m.filled);
+}
+
+Bytes pattern(size_t n, uint8_t seed) {
+    Bytes b(n);
+    for (size_t i = 0; i < n; i++) b[i] = uint8_t(seed + 37 * i + (i >> 3));
+    return b;
+}
+
+// Mixing and drawing lengths that cross the chunk sizes and wrap the pool.
+TEST(Pool, MixAndOutputMatchModel) {
+    for (vr::Pool *pool : {&vr::entropyPool(), &vr::rsaPool()}) {
+        const vr::Pool saved = *pool;
+        PoolModel m;
+        m.pool = pattern(1023, 5);
+        m.md = pattern(16, 9);
+        m.counter = 7;
+        m.index = 1000;
+        m.filled = 1010;
+        load(*pool, m);
+        const int lengths[] = {1, 15, 16, 17, 40, 100, 1023, 3};
+        for (int len : lengths) {
+            Bytes in = pattern(size_t(len), uint8_t(len));
+            if (pool == &vr::entropyPool())
+                vr::RAND_Seed(in.data(), len);
+            else
+                E_GenerateSeed_RSA(in.data(), len);
+            m.mix(in);
+            expectSame(*pool, m);
+            Bytes out = pattern(size_t(len) + 3, uint8_t(len + 1));  // previous contents are input
+            Bytes got = out;
+            if (pool == &vr::entropyPool())
+                RAND_Bytes(got.data(), int32_t(got.size()));
+            else
+                E_GenerateRandom_RSA(got.data(), int32_t(got.size()));
+            EXPECT_EQ(got, m.draw(out)) << len;
+            expectSame(*pool, m);
+        }
+        *pool = saved;
+    }
+}
+
+TEST(Des, FixedSchedulesAndChaining) {
+    // OpenSSL under the two documented keys also confirms the stored precomputed schedules.
+    DES_cblock key1, key2;
+    std::memcpy(key1, vr::kDesKey1, 8);
+    std::memcpy(key2, vr::kDesKey2, 8);
+    DES_key_schedule k1, k2;
+    DES_set_key_unchecked(&key1, &k1);
+    DES_set_key_unchecked(&key2, &k2);
+    auto enc = [](Bytes &b, DES_key_schedule &k) {
+        DES_ecb_encrypt(reinterpret_cast<const_DES_cblock *>(b.data()),
+                        reinterpret_cast<DES_cblock *>(b.data()), &k, DES_ENCRYPT);
+    };
+    auto x = [](Bytes &d, const Bytes &s2) {
+        for (int i = 0; i < 8; i++) d[size_t(i)] ^= s2[size_t(i)];
+    };
+    vr::DesState &st = vr::desState();
+    for (uint32_t len : {1u, 8u, 9u, 16u, 30u, 64u}) {
+        Bytes A = pattern(8, 1), B = pattern(8, 2);
+        std::memcpy(st.a, A.data(), 8);
+        std::memcpy(st.b, B.data(), 8);
+        st.firstUse = false;
+        Bytes want;
+        uint32_t left = len;
+        for (; left > 8; left -= 8) {
+            x(A, B);
+            Bytes oldB = B;
+            enc(A, k1);
+            enc(B, k2);
+            x(B, A);
+            want.insert(want.end(), B.begin(), B.end());
+            B = A;
+            A = oldB;
+        }
+        x(A, B);
+        enc(A, k1);
+        enc(B, k2);
+        x(B, A);
+        want.insert(want.end(), B.begin(), B.begin() + left);
+        Bytes got(len);
+        E_GenerateRandom(got.data(), len, 1);
+        EXPECT_EQ(got, want) << len;
+        EXPECT_EQ(Bytes(st.a, st.a + 8), A);
+        EXPECT_EQ(Bytes(st.b, st.b + 8), B);
+    }
+}
+
+TEST(HashChain, OutputIsTheChain) {
+    vr::ChainState &st = vr::chainState();
+    Bytes s = pattern(16, 3);
+    std::memcpy(st.s, s.data(), 16);
+    st.firstUse = false;
+    Bytes got(40);
+    E_GenerateRandom(got.data(), 40, 0);
+    Bytes want;
+    for (int i = 0; i < 3; i++) {
+        s = md5({s});
+        want.insert(want.end(), s.begin(), s.end());
+    }
+    want.resize(40);
+    EXPECT_EQ(got, want);
+    EXPECT_EQ(Bytes(st.s, st.s + 16), s);
+}
+
+// ---- G-function models: SHA-1 compression through OpenSSL, numbers through GMP ----
+Bytes compress(const Bytes &value20) {
+    SHA_CTX c;
+    SHA1_Init(&c);
+    uint8_t block[64] = {};
+    std::memcpy(block, value20.data(), 20);
+    SHA1_Transform(&c, block);
+    Bytes out(20);
+    const uint32_t h[5] = {c.h0, c.h1, c.h2, c.h3, c.h4};
+    for (int i = 0; i < 20; i++) out[size_t(i)] = uint8_t(h[i / 4] >> (24 - 8 * (i % 4)));
+    return out;
+}
+
+struct Z {
+    mpz_t v;
+    Z() { mpz_init(v); }
+    ~Z() { mpz_clear(v); }
+};
+Bytes fixed20(const mpz_t v) {
+    Bytes b(20);
+    size_t n = 0;
+    Bytes tmp(21);
+    mpz_export(tmp.data(), &n, 1, 1, 1, 0, v);
+    std::memcpy(b.data() + 20 - n, tmp.data(), n);
+    return b;
+}
+void fromBytes(mpz_t v, const Bytes &b) { mpz_import(v, b.size(), 1, 1, 1, 0, b.data()); }
+
+Bytes seedFor(int i) { return pattern(20, uint8_t(100 + i)); }
+void testSeed(ENUM *xseed, void *arg) {
+    int &i = *static_cast<int *>(arg);
+    Bytes b = seedFor(i++);
+    EN_BytesToENUM(xseed, b.data(), 20);
+}
+
+TEST(GFunction, X931LoopMatchesModel) {
+    Bytes key = pattern(20, 50), qb = pattern(20, 60);
+    qb[0] |= 0x80;
+    for (uint32_t len : {1u, 20u, 30u, 41u}) {
+        Num xkey, q;
+        EN_BytesToENUM(&xkey, key.data(), 20);
+        EN_BytesToENUM(&q, qb.data(), 20);
+        int counter = 0;
+        Bytes got(len);
+        vr::x931Loop(got.data(), len, &xkey, &q, testSeed, &counter);
+        Z k, s, g, qq, two160;
+        fromBytes(k.v, key);
+        fromBytes(qq.v, qb);
+        mpz_setbit(two160.v, 160);
+        Bytes want;
+        for (uint32_t i = 0; i < (8 * len + 159) / 160; i++) {
+            fromBytes(s.v, seedFor(int(i)));
+            mpz_add(s.v, s.v, k.v);
+            mpz_mod(s.v, s.v, two160.v);
+            fromBytes(g.v, compress(fixed20(s.v)));
+            mpz_mod(g.v, g.v, qq.v);
+            mpz_add(k.v, k.v, g.v);
+            mpz_add_ui(k.v, k.v, 1);
+            mpz_mod(k.v, k.v, two160.v);
+            Bytes blk = fixed20(k.v);
+            want.insert(want.end(), blk.begin(), blk.end());
+        }
+        want.resize(len);
+        EXPECT_EQ(got, want) << len;
+        EXPECT_EQ(counter, int((8 * len + 159) / 160));
+    }
+}
+
+TEST(GFunction, X962MatchesModel) {
+    Bytes key = pattern(20, 70), order = pattern(21, 80);
+    order[0] = 0x04;  // a 163-bit order
+    for (uint32_t bits : {160u, 161u, 163u, 330u}) {
+        Bytes xkey = key;
+        xkey.resize(20);
+        uint32_t xkeyLen = 20, outLen = 0;
+        Bytes out(order.size());
+        E_X9_62RandomBytes(out.data(), &outLen, xkey.data(), &xkeyLen, order.data(),
+                           uint32_t(order.size()), bits);
+        Z k, r, v, ord, two160;
+        fromBytes(k.v, key);
+        fromBytes(ord.v, order);
+        mpz_setbit(two160.v, 160);
+        for (uint32_t i = 0; i < (bits + 159) / 160; i++) {
+            Bytes g = compress(fixed20(k.v));
+            fromBytes(r.v, g);
+            mpz_mul_2exp(v.v, v.v, 160);
+            mpz_add(v.v, v.v, r.v);
+            mpz_add(k.v, k.v, r.v);
+            mpz_add_ui(k.v, k.v, 1);
+            mpz_mod(k.v, k.v, two160.v);
+        }
+        mpz_sub_ui(ord.v, ord.v, 1);
+        mpz_mod(v.v, v.v, ord.v);
+        mpz_add_ui(v.v, v.v, 1);
+        Z got, newKey;
+        fromBytes(got.v, Bytes(out.begin(), out.begin() + outLen));
+        EXPECT_EQ(mpz_cmp(got.v, v.v), 0) << bits;
+        fromBytes(newKey.v, Bytes(xkey.begin(), xkey.begin() + xkeyLen));
+        EXPECT_EQ(mpz_cmp(newKey.v, k.v), 0) << bits;
+    }
+}
+
+// E_HAS160_Expand: blocks HAS-160(in || i), block 0 least significant, the top block cut.
+TEST(Has160Expand, BlocksAndLastBlockCut) {
+    const Bytes in = pattern(13, 21);
+    for (uint32_t bits : {1u, 8u, 159u, 160u, 161u, 165u, 322u, 326u}) {
+        Num got;
+        E_HAS160_Expand(&got, in.data(), uint32_t(in.size()), bits);
+        Z want, blk;
+        const uint32_t m = (bits - 1) / 160;
+        for (uint32_t i = 0; i <= m; i++) {
+            Bytes msg = in;
+            msg.push_back(uint8_t(i));
+            Bytes d(20);
+            E_HAS160(d.data(), msg.data(), uint32_t(msg.size()));
+            fromBytes(blk.v, d);
+            if (i == m) mpz_fdiv_r_2exp(blk.v, blk.v, bits - 160 * m);
+            mpz_mul_2exp(blk.v, blk.v, 160 * i);
+            mpz_add(want.v, want.v, blk.v);
+        }
+        Z g;
+        mpz_import(g.v, size_t(got.n.length), -1, 4, 0, 0, got.w);
+        EXPECT_EQ(mpz_cmp(g.v, want.v), 0) << bits;
+    }
+}
+
+// EC-KCDSA: k = expand(bytes of (XKEY + expand(seed, 165)) mod 2^165, 2b) mod q.
+TEST(EcKcdsa, WidthsAndReduction) {
+    Bytes order = pattern(21, 90), key = pattern(21, 91), seed = pattern(9, 92);
+    order[0] = 0x04;
+    for (uint32_t b : {161u, 163u}) {
+        for (bool withSeed : {false, true}) {
+            Num xkey, q;
+            EN_BytesToENUM(&xkey, key.data(), 21);
+            EN_BytesToENUM(&q, order.data(), 21);
+            Bytes out(21);
+            uint32_t outLen = 0;
+            vr::eckcdsaFromXkey(&xkey, withSeed ? seed.data() : nullptr,
+                                withSeed ? uint32_t(seed.size()) : 0, &q, b, out.data(), &outLen);
+            Z x, s, two165;
+            fromBytes(x.v, key);
+            mpz_setbit(two165.v, 165);
+            if (withSeed) {
+                Num e;
+                E_HAS160_Expand(&e, seed.data(), uint32_t(seed.size()), 165);
+                mpz_import(s.v, size_t(e.n.length), -1, 4, 0, 0, e.w);
+                mpz_add(x.v, x.v, s.v);
+            }
+            mpz_mod(x.v, x.v, two165.v);
+            Bytes xb((mpz_sizeinbase(x.v, 2) + 7) / 8);
+            mpz_export(xb.data(), nullptr, 1, 1, 1, 0, x.v);
+            Num e;
+            E_HAS160_Expand(&e, xb.data(), uint32_t(xb.size()), 2 * b);
+            Z k, ord, got;
+            mpz_import(k.v, size_t(e.n.length), -1, 4, 0, 0, e.w);
+            EXPECT_LE(mpz_sizeinbase(k.v, 2), 2 * b);
+            fromBytes(ord.v, order);
+            mpz_mod(k.v, k.v, ord.v);
+            fromBytes(got.v, Bytes(out.begin(), out.begin() + outLen));
+            EXPECT_EQ(mpz_cmp(got.v, k.v), 0);
+        }
+    }
+}
+
+}  // namespace

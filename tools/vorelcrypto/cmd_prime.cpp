@@ -1,0 +1,78 @@
+// vorelcrypto prime BITS [--safe] [--x931]: a probable prime in hex.
+#include <vorelcrypto/prime.h>
+
+#include "cli.h"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <thread>
+
+namespace {
+
+constexpr unsigned long kMaxBits = 2048;
+
+// Dots on standard error, one a second, while a long search runs and stderr is a terminal.
+class Progress {
+public:
+    Progress() {
+        if (isatty(STDERR_FILENO) == 0) return;
+        worker_ = std::thread([this] {
+            bool shown = false;
+            for (int ticks = 0; !done_.load(); ticks++) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(100));
+                if (ticks % 10 == 9) {
+                    std::fputs(shown ? "." : "searching.", stderr);
+                    shown = true;
+                }
+            }
+            if (shown) std::fputs("\n", stderr);
+        });
+    }
+    ~Progress() {
+        done_ = true;
+        if (worker_.joinable()) worker_.join();
+    }
+
+private:
+    std::atomic<bool> done_{false};
+    std::thread worker_;
+};
+
+int run(std::vector<std::string_view> args) {
+    cli::Options opts(args, {}, {"--safe", "--x931", "--help", "-h"});
+    if (!opts.ok()) return cli::fail(opts.error());
+    if (opts.positional().size() != 1) return cli::fail("prime takes one bit count");
+    const std::string &text = opts.positional()[0];
+    char *end = nullptr;
+    const unsigned long bits = std::strtoul(text.c_str(), &end, 10);
+    if (text.empty() || *end != '\0' || text[0] == '-' || bits < 64 || bits > kMaxBits)
+        return cli::fail("bit count must be 64 to 2048");
+    std::vector<uint32_t> words(bits / 32 + 3, 0);
+    ENUM p{0, 0, words.data()};
+    {
+        Progress progress;
+        const bool safe = opts.has("--safe"), x9 = opts.has("--x931");
+        if (x9)
+            safe ? EN_GenerateStrongX9Prime(&p, int32_t(bits)) : EN_GenerateX9Prime(&p, int32_t(bits));
+        else
+            safe ? EN_GeneratePrimeStrongRSA(&p, uint32_t(bits)) : EN_GeneratePrimeRSA(&p, uint32_t(bits));
+    }
+    std::vector<uint8_t> out(bits / 8 + 8);
+    const uint32_t n = EN_ENUMToBytes(&p, out.data());
+    std::printf("%s\n", cli::toHex(out.data(), n).c_str());
+    return cli::kOk;
+}
+
+const cli::Command command{
+    "prime", "print a random probable prime in hex",
+    "usage: vorelcrypto prime BITS [--safe] [--x931]\n\n"
+    "Prints a random prime of BITS bits (64 to 2048, two top bits set) as lower-case hex.\n"
+    "  --safe   a safe prime: (p - 1) / 2 is prime too\n"
+    "  --x931   draw candidates and witnesses from the X9.31 generator\n"
+    "Shows progress on standard error when it is a terminal.\n",
+    run};
+
+}  // namespace
