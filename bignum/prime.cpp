@@ -107,10 +107,16 @@ int32_t EN_ModMulReciprocal(ENUM *r, const ENUM *x, const ENUM *y, const ENUM *n
         EN_Sqr(t.get(), x);
     else
         EN_Mul(t.get(), x, y);
+    // The quotient estimate is taken as a value: a shift that empties a number leaves the
+    // one-word zero, whose extra length would make the magnitude comparison inside EN_Sub
+    // treat n * 0 as larger than t, so each step is trimmed before it is used.
     EN_RShift(a.get(), t.get(), nb);
+    vc::bignum::trim(a.get());
     EN_Mul(d.get(), a.get(), recip);
     EN_RShift(d.get(), d.get(), nb);
+    vc::bignum::trim(d.get());
     EN_Mul(nd.get(), n, d.get());
+    vc::bignum::trim(nd.get());
     EN_Sub(diff.get(), t.get(), nd.get());
     for (int i = 0; i < 3 && EN_Comp(diff.get(), n) >= 0; i++) {
         EN_Sub(t.get(), diff.get(), n);

@@ -177,7 +177,7 @@ void expectSafe(const ENUM *p) {
 }
 
 TEST(GeneratePrime, RsaKinds) {
-    for (uint32_t bits : {64u, 100u, 160u, 256u}) {
+    for (uint32_t bits : {33u, 48u, 63u, 64u, 100u, 160u, 256u}) {
         Num p;
         EXPECT_EQ(EN_GeneratePrimeRSA(&p, bits), 1);
         expectRsaPrime(&p, bits);

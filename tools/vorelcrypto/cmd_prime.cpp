@@ -48,8 +48,8 @@ int run(std::vector<std::string_view> args) {
     const std::string &text = opts.positional()[0];
     char *end = nullptr;
     const unsigned long bits = std::strtoul(text.c_str(), &end, 10);
-    if (text.empty() || *end != '\0' || text[0] == '-' || bits < 64 || bits > kMaxBits)
-        return cli::fail("bit count must be 64 to 2048");
+    if (text.empty() || *end != '\0' || text[0] == '-' || bits < 32 || bits > kMaxBits)
+        return cli::fail("bit count must be 32 to 2048");
     std::vector<uint32_t> words(bits / 32 + 3, 0);
     ENUM p{0, 0, words.data()};
     {
@@ -69,7 +69,8 @@ int run(std::vector<std::string_view> args) {
 const cli::Command command{
     "prime", "print a random probable prime in hex",
     "usage: vorelcrypto prime BITS [--safe] [--x931]\n\n"
-    "Prints a random prime of BITS bits (64 to 2048, two top bits set) as lower-case hex.\n"
+    "Prints a random prime of BITS bits (32 to 2048, two top bits set; smaller numbers are all\n"
+    "in the small-prime table that the candidate sieve excludes) as lower-case hex.\n"
     "  --safe   a safe prime: (p - 1) / 2 is prime too\n"
     "  --x931   draw candidates and witnesses from the X9.31 generator\n"
     "Shows progress on standard error when it is a terminal.\n",
