@@ -12,7 +12,53 @@
 
 namespace {
 
-constexpr size_t kHeader = 16;
+constexpr size_t kHeader = 16;  // the payload's byte count, then the block's capacity
+
+// Services allocate and free the same few small records on every call (a 1.1 KiB provider
+// record among them, larger than the C library's per-thread cache takes), so each thread keeps
+// a handful of freed blocks for reuse. The sanitizer build does without, so that it still sees
+// every use after free.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr int kCachedBlocks = 0;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+constexpr int kCachedBlocks = 0;
+#else
+constexpr int kCachedBlocks = 4;
+#endif
+#else
+constexpr int kCachedBlocks = 4;
+#endif
+constexpr uint64_t kMaxCachedCapacity = 4096;
+
+struct BlockCache {
+    uint8_t *block[kCachedBlocks > 0 ? kCachedBlocks : 1] = {};
+    uint64_t capacity[kCachedBlocks > 0 ? kCachedBlocks : 1] = {};
+    ~BlockCache() {
+        for (uint8_t *b : block) std::free(b);
+    }
+    // A cached block that holds `bytes` without wasting more than half of it, or null.
+    uint8_t *take(uint64_t bytes) {
+        for (int i = 0; i < kCachedBlocks; ++i)
+            if (block[i] != nullptr && capacity[i] >= bytes && capacity[i] <= 2 * bytes + 64) {
+                uint8_t *b = block[i];
+                block[i] = nullptr;
+                return b;
+            }
+        return nullptr;
+    }
+    bool put(uint8_t *b, uint64_t cap) {
+        if (cap > kMaxCachedCapacity) return false;
+        for (int i = 0; i < kCachedBlocks; ++i)
+            if (block[i] == nullptr) {
+                block[i] = b;
+                capacity[i] = cap;
+                return true;
+            }
+        return false;
+    }
+};
+thread_local BlockCache t_cache;
 
 thread_local uint32_t t_failCallocCountdown = 0;
 thread_local bool t_failInit = false;
@@ -45,9 +91,17 @@ void *V_calloc(LibContext *ctx, uint32_t count, uint32_t size) {
     if (t_failCallocCountdown != 0 && --t_failCallocCountdown == 0) return nullptr;
     uint64_t bytes = uint64_t(count) * size;
     if (bytes > UINT32_MAX) return nullptr;
-    auto *block = static_cast<uint8_t *>(std::calloc(1, kHeader + size_t(bytes)));
-    if (block == nullptr) return nullptr;
+    uint64_t capacity = bytes;
+    uint8_t *block = t_cache.take(bytes);
+    if (block != nullptr) {
+        std::memcpy(&capacity, block + 8, sizeof capacity);
+        std::memset(block + kHeader, 0, size_t(bytes));
+    } else {
+        block = static_cast<uint8_t *>(std::calloc(1, kHeader + size_t(bytes)));
+        if (block == nullptr) return nullptr;
+    }
     std::memcpy(block, &bytes, sizeof bytes);
+    std::memcpy(block + 8, &capacity, sizeof capacity);
     if (ctx != nullptr) {
         ctx->common[0] += 1;
         ctx->common[1] += uint32_t(bytes);
@@ -64,7 +118,9 @@ void V_free(LibContext *ctx, void *pointer) {
         ctx->common[0] -= 1;
         ctx->common[1] -= uint32_t(bytes);
     }
-    std::free(block);
+    uint64_t capacity;
+    std::memcpy(&capacity, block + 8, sizeof capacity);
+    if (!t_cache.put(block, capacity)) std::free(block);
 }
 
 GpkiFunctionTable *V_GetGPKIFunc(LibContext *) {
