@@ -80,9 +80,7 @@ TEST(Barrett, ModMulReciprocalAgreesWithGmp) {
             mpz_urandomm(x.v, rs, n.v);
             mpz_urandomm(y.v, rs, n.v);
             Num en, ex, ey, recip, r;
-            toEnum(&en, n.v);
-            toEnum(&ex, x.v);
-            toEnum(&ey, y.v);
+            for (auto [e, v] : {std::pair{&en, &n}, {&ex, &x}, {&ey, &y}}) toEnum(&*e, v->v);
             const int32_t nb = vc::prime::EN_Reciprocal(&recip, &en);
             ASSERT_EQ(uint32_t(nb), bits);
             ASSERT_EQ(vc::prime::EN_ModMulReciprocal(&r, &ex, &ey, &en, &recip, nb), 1);
@@ -153,17 +151,6 @@ TEST(IsPrime, AgreesWithGmpOnOddNumbers) {
     gmp_randclear(rs);
 }
 
-TEST(IsStrongPrime, SafeAndUnsafePrimes) {
-    Num p;
-    fromHexEnum(&p, rfc3526);
-    Num q;
-    EN_RShift(&q, &p, 1);
-    ASSERT_TRUE(gmpPrime(&q));
-    EXPECT_EQ(EN_IsStrongPrime(&p), 1);
-    fromHexEnum(&p, "7FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF");  // (p - 1) / 2 is divisible by 3
-    EXPECT_EQ(EN_IsStrongPrime(&p), 0);
-}
-
 // Shapes every RSA-kind prime must have.
 void expectRsaPrime(const ENUM *p, uint32_t bits) {
     Num copy;
@@ -194,7 +181,7 @@ TEST(GeneratePrime, RsaKinds) {
     EXPECT_EQ(EN_IsStrongPrime(&p), 1);
 }
 
-TEST(GeneratePrime, X9Kinds) {
+TEST(GeneratePrime, X9KindsAndStrongTests) {
     Num p;
     EXPECT_EQ(EN_GenerateX9Prime(&p, 64), 1);
     expectRsaPrime(&p, 64);
@@ -205,6 +192,11 @@ TEST(GeneratePrime, X9Kinds) {
     fromHexEnum(&p, "7FFFFFFFFFFFFFFFFFFFFFFFFFFFF55F");
     expectSafe(&p);
     EXPECT_EQ(EN_IsStrongX9Prime(&p), 1);
+    fromHexEnum(&p, rfc3526);
+    expectSafe(&p);
+    EXPECT_EQ(EN_IsStrongPrime(&p), 1);
+    fromHexEnum(&p, "7FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF");  // (p - 1) / 2 is divisible by 3
+    EXPECT_EQ(EN_IsStrongPrime(&p), 0);
 }
 
 // Bit length, residue p = rem mod add (rem 0: no class asked), prime, and safe when asked.

@@ -1,5 +1,6 @@
 // The generators' output algorithms against independent models built on OpenSSL (MD5, DES,
-// the SHA-1 compression) and on our separately tested HAS-160, from states the tests set.
+// the SHA-1 compression) and on our separately tested HAS-160, from states the tests set;
+// then their shapes on the real seeding.
 #define OPENSSL_SUPPRESS_DEPRECATED
 #include "random/random_internal.h"
 
@@ -115,6 +116,7 @@ Bytes pattern(size_t n, uint8_t seed) {
 TEST(Pool, MixAndOutputMatchModel) {
     for (vr::Pool *pool : {&vr::entropyPool(), &vr::rsaPool()}) {
         const vr::Pool saved = *pool;
+        const bool entropy = pool == &vr::entropyPool();
         PoolModel m;
         m.pool = pattern(1023, 5);
         m.md = pattern(16, 9);
@@ -125,18 +127,12 @@ TEST(Pool, MixAndOutputMatchModel) {
         const int lengths[] = {1, 15, 16, 17, 40, 100, 1023, 3};
         for (int len : lengths) {
             Bytes in = pattern(size_t(len), uint8_t(len));
-            if (pool == &vr::entropyPool())
-                vr::RAND_Seed(in.data(), len);
-            else
-                E_GenerateSeed_RSA(in.data(), len);
+            (entropy ? vr::RAND_Seed : E_GenerateSeed_RSA)(in.data(), len);
             m.mix(in);
             expectSame(*pool, m);
             Bytes out = pattern(size_t(len) + 3, uint8_t(len + 1));  // previous contents are input
             Bytes got = out;
-            if (pool == &vr::entropyPool())
-                RAND_Bytes(got.data(), int32_t(got.size()));
-            else
-                E_GenerateRandom_RSA(got.data(), int32_t(got.size()));
+            (entropy ? RAND_Bytes : E_GenerateRandom_RSA)(got.data(), int32_t(got.size()));
             EXPECT_EQ(got, m.draw(out)) << len;
             expectSame(*pool, m);
         }
@@ -368,6 +364,79 @@ TEST(EcKcdsa, WidthsAndReduction) {
             fromBytes(got.v, Bytes(out.begin(), out.begin() + outLen));
             EXPECT_EQ(mpz_cmp(got.v, k.v), 0);
         }
+    }
+}
+
+// ---- shapes on the real first-use seeding: lengths, forced bits, chaining ----
+using RandomFn = void (*)(ENUM *, uint32_t, uint32_t, uint32_t);
+
+TEST(RandomNumbers, BitLengthTopAndOdd) {
+    for (RandomFn fn : {EN_Random, EN_X9_31Random}) {
+        for (uint32_t bits : {1u, 2u, 8u, 9u, 17u, 32u, 33u, 160u, 257u}) {
+            for (uint32_t top : {0u, 1u}) {
+                for (uint32_t odd : {0u, 1u}) {
+                    Num a;
+                    fn(&a, bits, top, odd);
+                    EXPECT_EQ(EN_GetFilledBitNum(&a), bits);
+                    const bool second = top == 0 || bits < 2 || EN_IsBitSet(&a, int32_t(bits - 2));
+                    EXPECT_TRUE(second) << bits;
+                    EXPECT_TRUE(odd == 0 || EN_IsBitSet(&a, 0)) << bits;
+                }
+            }
+        }
+    }
+    Num a;
+    EN_Random(&a, 9, 1, 0);
+    EXPECT_GE(a.w[0], 384u);
+    EN_Random(&a, 8, 1, 1);
+    EXPECT_EQ(a.w[0] & 0xc1, 0xc1u);
+}
+
+TEST(RandomNumbers, GenerateRandomLengthIsNotTrimmed) {
+    for (uint32_t useDes : {0u, 1u}) {
+        Num a;
+        EN_GenerateRandom(&a, 5, useDes);
+        EXPECT_EQ(a.n.length, 2);
+        EXPECT_EQ(a.n.sign, 0u);
+        EXPECT_EQ(a.w[1] >> 8, 0u);  // only one byte of the top word is drawn
+    }
+}
+
+TEST(ByteGenerators, TwoDrawsDiffer) {
+    using Fn = void (*)(uint8_t *, uint32_t);
+    const Fn fns[] = {
+        [](uint8_t *o, uint32_t n) { RAND_Bytes(o, int32_t(n)); },
+        [](uint8_t *o, uint32_t n) { E_GenerateRandom_RSA(o, int32_t(n)); },
+        E_GenerateRandom_DES, E_GenerateRandom_MD5, E_X9_31RandomBytes};
+    for (Fn fn : fns) {
+        std::vector<uint8_t> a(30, 0), b(30, 0);
+        fn(a.data(), 30);
+        fn(b.data(), 30);
+        EXPECT_NE(a, b);
+    }
+}
+
+TEST(ByteGenerators, HashChainSecondBlockIsMd5OfFirst) {
+    uint8_t first[16], second[16], want[16];
+    E_GenerateRandom_MD5(first, 16);
+    E_GenerateRandom_MD5(second, 16);
+    MD5(first, 16, want);
+    EXPECT_EQ(std::memcmp(second, want, 16), 0);
+}
+
+TEST(ByteGenerators, OrderBoundedOutputs) {
+    const uint8_t order[21] = {0x04, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x02, 0x01, 0x08, 0xa2,
+                               0xe0, 0xcc, 0x0d, 0x99, 0xf8, 0xa5, 0xef};  // sect163k1's n
+    for (int i = 0; i < 20; i++) {
+        uint8_t out[21] = {};
+        uint32_t len = 0;
+        if (i % 2)
+            E_GenerateRandom_X962(uint32_t(i % 4 == 1 ? 7 : 3), out, &len, order, 21);
+        else
+            E_GenerateRandom_ECKCDSA(uint32_t(i % 4 == 0 ? 3 : 7), out, &len, nullptr, 0, order, 21);
+        ASSERT_LE(len, 21u);
+        ASSERT_TRUE(len < 21 || std::memcmp(out, order, 21) < 0);
+        ASSERT_GT(len, 0u);
     }
 }
 
