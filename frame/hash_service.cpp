@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "csp/digest.h"
+#include "frame/provider_records.h"
 
 namespace {
 
@@ -15,12 +16,8 @@ constexpr uint32_t kProviderAlgorithm[] = {5, 7, 8, 6, 11, 89};
 
 constexpr uint32_t kDigestBufferSize = 30;
 
-// The per-call holder: the provider record's address, then the record's (empty) attribute area.
-struct ContextHolder {
-    CspContextRecord *record;
-    CspAttribute attributes[3];
-};
-constexpr uint32_t kHolderSize = std::max<uint32_t>(64, sizeof(ContextHolder));
+using vc::frame::ContextHolder;
+using vc::frame::kHolderSize;
 
 }  // namespace
 

@@ -17,21 +17,78 @@ enum {
     CSP_ERR_NULL_BLOB = 1029,      /* null blob array or null result blob */
     CSP_ERR_BLOB_COUNT = 1030,     /* zero blob count */
     CSP_ERR_NULL_DATA = 1046,      /* blob with a null data pointer */
+    CSP_ERR_INVALID_KEY = 1040,    /* key record missing, damaged or of another algorithm;
+                                      key material of a length the algorithm cannot take */
+    CSP_ERR_MODE = 1041,           /* mode not supported */
+    CSP_ERR_IV = 1042,             /* initialisation vector shorter than a block */
+    CSP_ERR_PADDING = 1043,        /* padding attribute not supported */
+    CSP_ERR_INPUT_LENGTH = 1044,   /* unpadded data or cipher text not a whole number of blocks */
+    CSP_ERR_BAD_PADDING = 1047,    /* decrypted padding is not well formed */
     CSP_ERR_ENGINE = 1095,         /* engine routine failed */
-    CSP_ERR_MISSING_ATTRIBUTE = 10304
+    CSP_ERR_STATE = 1096,          /* staged call without Init, or after Final */
+    CSP_ERR_VERIFY = 1105,         /* MAC does not verify */
+    CSP_ERR_MISSING_ATTRIBUTE = 10304 /* a required context attribute is missing */
 };
 
-/* Context classes. */
-enum { CSP_CLASS_DIGEST = 5 };
+/* Context classes (the CDSA class numbers, counted from one). */
+enum {
+    CSP_CLASS_SIGNATURE = 3,
+    CSP_CLASS_SYMMETRIC = 4,
+    CSP_CLASS_DIGEST = 5,
+    CSP_CLASS_RANDOM = 6,
+    CSP_CLASS_MAC = 8,
+    CSP_CLASS_ASYMMETRIC = 9,
+    CSP_CLASS_KEYGEN = 10
+};
+
+/* CDSA algorithm identifiers of the symmetric, MAC and random families. (The digest family's
+ * identifiers are listed at CSP_DigestDataInit.) */
+enum {
+    CSP_ALG_MD5 = 7,          /* MAC family: HMAC-MD5 */
+    CSP_ALG_DES = 14,
+    CSP_ALG_3DES_2KEY = 18,   /* two-key triple DES, EDE */
+    CSP_ALG_IDEA = 20,
+    CSP_ALG_RC2 = 21,
+    CSP_ALG_RC5 = 22,         /* RC5-32 with 12 rounds */
+    CSP_ALG_RC4 = 23,
+    CSP_ALG_BLOWFISH = 26,
+    CSP_ALG_RANDOM_MD5 = 46,  /* E_GenerateRandom(out, n, 0) */
+    CSP_ALG_RANDOM_DES = 48   /* E_GenerateRandom(out, n, 1) */
+};
+
+/* CDSA modes and paddings. */
+enum { CSP_MODE_ECB = 2, CSP_MODE_CBC = 4, CSP_MODE_CFB = 7, CSP_MODE_OFB = 10 };
+enum { CSP_PADDING_NONE = 0, CSP_PADDING_PKCS5 = 6, CSP_PADDING_PKCS7 = 7 };
+
+/* Attribute types (CDSA): the high bits say how the value is held. */
+enum {
+    CSP_ATTR_PADDING = 0x10000006,        /* uint32: CSP_PADDING_* */
+    CSP_ATTR_KEY_LENGTH = 0x1000000A,     /* uint32: key length in bits */
+    CSP_ATTR_OUTPUT_SIZE = 0x1000000D,    /* uint32: bytes wanted from a random context */
+    CSP_ATTR_MODE = 0x10000013,           /* uint32: CSP_MODE_* */
+    CSP_ATTR_EFFECTIVE_BITS = 0x10000014, /* uint32: RC2 effective key bits */
+    CSP_ATTR_INIT_VECTOR = 0x20000005,    /* data: the IV blob */
+    CSP_ATTR_KEY = 0x40000003             /* key: the key record blob made by CSP_GenerateKey */
+};
+
+/* Size of a key buffer that holds the key record of any symmetric algorithm. */
+enum { CSP_KEY_RECORD_MAX = 5000 };
 
 /* Module handle of the library's own provider, as the V_ services pass it. */
 enum { CSP_MODULE_HANDLE = 100 };
 
-/* One context attribute: its type, the length of its value, and the value. */
+/* One context attribute: its type, the length of its value, and the value: a number for the
+ * uint32 types, a blob for the data and key types. */
+typedef union CspAttributeValue {
+    uint32_t uint32;
+    DataBlob *data;
+    void *pointer;
+} CspAttributeValue;
+
 typedef struct CspAttribute {
     uint32_t type;
     uint32_t length;
-    void *value;
+    CspAttributeValue value;
 } CspAttribute;
 
 struct DigestDescriptor;
@@ -39,7 +96,7 @@ struct DigestDescriptor;
 /* The provider context record. Zero it (calloc), fill class, algorithm and attributes, and pass
  * its address as the context handle: the provider takes the handle as the record. */
 typedef struct CspContextRecord {
-    uint32_t contextClass;                    /* 5: digest */
+    uint32_t contextClass;                    /* CSP_CLASS_* */
     uint32_t algorithm;                       /* CDSA algorithm identifier */
     uint32_t reserved2;
     uint32_t attributeCount;
@@ -68,6 +125,107 @@ VC_API int32_t CSP_DigestDataInit(uint32_t moduleHandle, CspContextHandle handle
 VC_API int32_t CSP_DigestDataUpdate(uint32_t moduleHandle, CspContextHandle handle,
                                     const DataBlob *blobs, uint32_t count);
 VC_API int32_t CSP_DigestDataFinal(uint32_t moduleHandle, CspContextHandle handle, DataBlob *digest);
+
+/* ---- Key generation (class CSP_CLASS_KEYGEN) ----
+ *
+ * CSP_GenerateKey turns key material into a provider key record for the context's algorithm.
+ * Attributes: CSP_ATTR_KEY_LENGTH (required; bits; the number of material bytes taken) and, for
+ * RC2, CSP_ATTR_EFFECTIVE_BITS (default 8 times the key length). `key` is the caller's buffer,
+ * Length its capacity (CSP_KEY_RECORD_MAX always suffices); on success Length becomes the size
+ * of the record. keyUsage and keyAttributes are recorded, not enforced. `context` is optional as
+ * for the digest family. CSP_FreeKey wipes a key record and sets its Length to 0. */
+VC_API int32_t CSP_GenerateKey(uint32_t moduleHandle, CspContextHandle handle,
+                               const CspContextRecord *context, uint32_t keyUsage,
+                               uint32_t keyAttributes, const DataBlob *keyMaterial, DataBlob *key);
+VC_API int32_t CSP_FreeKey(uint32_t moduleHandle, DataBlob *key);
+
+/* ---- Encryption and decryption (class CSP_CLASS_SYMMETRIC) ----
+ *
+ * Attributes: CSP_ATTR_KEY (required), CSP_ATTR_MODE (required except for RC4),
+ * CSP_ATTR_INIT_VECTOR (required in CBC, CFB and OFB; at least one block), CSP_ATTR_PADDING
+ * (default PKCS #7 in ECB and CBC, none in CFB, OFB and RC4). CFB and OFB feed back a whole
+ * block. The key record must stay in place until Final.
+ * Update works through the input blobs in order and writes whole blocks to the output blobs,
+ * keeping an incomplete block (and, when decrypting with padding, the last block) in the record;
+ * *bytesProcessed receives the count written. An output blob's Length is its capacity.
+ * Final writes what is left into `remaining`: encryption adds the padding, decryption checks and
+ * removes it. A `remaining` blob with Length 0 and a null pointer receives a buffer of one block
+ * (free()); a non-empty one shorter than a block fails with 1011. The one-shot forms run Init,
+ * Update and Final. */
+VC_API int32_t CSP_EncryptDataInit(uint32_t moduleHandle, CspContextHandle handle,
+                                   const CspContextRecord *context);
+VC_API int32_t CSP_EncryptDataUpdate(uint32_t moduleHandle, CspContextHandle handle,
+                                     const DataBlob *input, uint32_t inputCount, DataBlob *output,
+                                     uint32_t outputCount, uint32_t *bytesProcessed);
+VC_API int32_t CSP_EncryptDataFinal(uint32_t moduleHandle, CspContextHandle handle, DataBlob *remaining);
+VC_API int32_t CSP_EncryptData(uint32_t moduleHandle, CspContextHandle handle,
+                               const CspContextRecord *context, const DataBlob *input,
+                               uint32_t inputCount, DataBlob *output, uint32_t outputCount,
+                               uint32_t *bytesProcessed, DataBlob *remaining);
+VC_API int32_t CSP_DecryptDataInit(uint32_t moduleHandle, CspContextHandle handle,
+                                   const CspContextRecord *context);
+VC_API int32_t CSP_DecryptDataUpdate(uint32_t moduleHandle, CspContextHandle handle,
+                                     const DataBlob *input, uint32_t inputCount, DataBlob *output,
+                                     uint32_t outputCount, uint32_t *bytesProcessed);
+VC_API int32_t CSP_DecryptDataFinal(uint32_t moduleHandle, CspContextHandle handle, DataBlob *remaining);
+VC_API int32_t CSP_DecryptData(uint32_t moduleHandle, CspContextHandle handle,
+                               const CspContextRecord *context, const DataBlob *input,
+                               uint32_t inputCount, DataBlob *output, uint32_t outputCount,
+                               uint32_t *bytesProcessed, DataBlob *remaining);
+
+/* ---- MACs (class CSP_CLASS_MAC) ----
+ *
+ * Attribute CSP_ATTR_KEY (required). Algorithms: 14 DES and 18 two-key triple DES CBC-MAC
+ * (ISO/IEC 9797-1 MAC algorithm 1: zero IV, zero padding to a whole block, an empty message
+ * being one zero block; 8 bytes), 7 HMAC-MD5 under the key record's key bytes (16 bytes).
+ * GenerateMacFinal: a `mac` blob with Length 0 and a null pointer receives a buffer (free());
+ * a shorter one fails with 1011. VerifyMacFinal returns 0 when `mac` equals the MAC (same length
+ * and bytes), otherwise -1 with reason 1105. */
+VC_API int32_t CSP_GenerateMacInit(uint32_t moduleHandle, CspContextHandle handle,
+                                   const CspContextRecord *context);
+VC_API int32_t CSP_GenerateMacUpdate(uint32_t moduleHandle, CspContextHandle handle,
+                                     const DataBlob *data, uint32_t count);
+VC_API int32_t CSP_GenerateMacFinal(uint32_t moduleHandle, CspContextHandle handle, DataBlob *mac);
+VC_API int32_t CSP_GenerateMac(uint32_t moduleHandle, CspContextHandle handle,
+                               const CspContextRecord *context, const DataBlob *data,
+                               uint32_t count, DataBlob *mac);
+VC_API int32_t CSP_VerifyMacInit(uint32_t moduleHandle, CspContextHandle handle,
+                                 const CspContextRecord *context);
+VC_API int32_t CSP_VerifyMacUpdate(uint32_t moduleHandle, CspContextHandle handle,
+                                   const DataBlob *data, uint32_t count);
+VC_API int32_t CSP_VerifyMacFinal(uint32_t moduleHandle, CspContextHandle handle, const DataBlob *mac);
+VC_API int32_t CSP_VerifyMac(uint32_t moduleHandle, CspContextHandle handle,
+                             const CspContextRecord *context, const DataBlob *data,
+                             uint32_t count, const DataBlob *mac);
+
+/* ---- Random numbers (class CSP_CLASS_RANDOM) ----
+ *
+ * Attribute CSP_ATTR_OUTPUT_SIZE (required). Algorithms 46 and 48. `random` must have a Length
+ * of at least the output size (1046 otherwise) and a buffer; its Length becomes the size. */
+VC_API int32_t CSP_GenerateRandom(uint32_t moduleHandle, CspContextHandle handle,
+                                  const CspContextRecord *context, DataBlob *random);
+
+/* ---- Size queries ----
+ *
+ * CSP_QuerySize: for each entry, the output size that an input of inputSize bytes gives in the
+ * context's state: for a symmetric context the bytes that Update followed by Final may write
+ * (encrypt non-zero) or the most that decryption may write; for a digest or MAC context the
+ * digest or MAC length. CSP_QuerySizeInBits: the logical and effective sizes in bits of a key
+ * record. */
+typedef struct CspQuerySizeData {
+    uint32_t inputSize;
+    uint32_t outputSize;
+} CspQuerySizeData;
+typedef struct CspKeySize {
+    uint32_t logicalBits;
+    uint32_t effectiveBits;
+} CspKeySize;
+VC_API int32_t CSP_QuerySize(uint32_t moduleHandle, CspContextHandle handle,
+                             const CspContextRecord *context, uint32_t encrypt, uint32_t count,
+                             CspQuerySizeData *sizes);
+VC_API int32_t CSP_QuerySizeInBits(uint32_t moduleHandle, CspContextHandle handle,
+                                   const CspContextRecord *context, const DataBlob *key,
+                                   CspKeySize *size);
 
 /* The provider's last failure reason (process-wide; a successful call leaves it unchanged). A
  * reason below 1000 reads as 2000 + reason. */

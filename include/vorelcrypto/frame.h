@@ -37,6 +37,7 @@ enum {
     VC_ERR_ENCRYPTION = 30032,
     VC_ERR_DECRYPTION = 30033,
     VC_ERR_GPKI_ABSENT = 60004,
+    VC_ERR_MAC_MISMATCH = 60010,   /* V_VerifyMac: the MAC does not verify (not stored) */
     VC_ERR_GPKI = 100000
 };
 
@@ -63,6 +64,79 @@ enum {
  * pointer, even with length 0: 30016); GetError() then tells the provider's reason. On failure
  * `output` is left untouched. Both blob pointers must be valid. */
 VC_API uint32_t V_GenHash(LibContext *ctx, uint32_t hashId, const DataBlob *input, DataBlob *output);
+
+/* ---- Symmetric encryption ----
+ *
+ * Algorithm ids of SymKeyRecord.algorithm. Modes (SymKeyRecord.mode): 0 ECB, 1 CBC, 2 CFB, 3 OFB;
+ * honoured on the provider path only (DES, RC4, RC5, IDEA, Blowfish). */
+enum {
+    V_SYM_DES = 0,      /* provider, 8 key bytes */
+    V_SYM_DES3 = 1,     /* three-key triple DES CBC, 24 key bytes */
+    V_SYM_RC2 = 2,      /* RC2-CBC, key length from the record, effective bits 8 * length */
+    V_SYM_RC4 = 3,      /* provider, 8 key bytes */
+    V_SYM_RC5 = 4,      /* provider, 26 key bytes, 12 rounds */
+    V_SYM_IDEA = 5,     /* provider, 16 key bytes */
+    V_SYM_BLOWFISH = 6, /* provider, 8 key bytes */
+    V_SYM_SEED = 10,    /* SEED-CBC, 16 key bytes, 16 IV bytes */
+    V_SYM_RC2_40 = 11,  /* as V_SYM_RC2 */
+    V_SYM_GPKI = 15     /* handed to the registered GPKI module */
+};
+enum { V_MODE_ECB = 0, V_MODE_CBC = 1, V_MODE_CFB = 2, V_MODE_OFB = 3 };
+
+/* Encrypts or decrypts one whole message. On success `output` receives a buffer from
+ * V_calloc(ctx, ...) (free it with V_free) and its length. Cipher text is padded by the PKCS #5
+ * rule over the cipher's block; on the provider path an input shorter than 8 bytes is first
+ * made 8 bytes long (bytes of value 8 minus the length), and decryption gives back those 8
+ * bytes. V_Encryption stores 30032 for a failing provider path but returns that path's own
+ * code; V_Decryption stores and returns 30033. On failure output->Data is null. */
+VC_API uint32_t V_Encryption(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
+                             DataBlob *output);
+VC_API uint32_t V_Decryption(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
+                             DataBlob *output);
+/* The provider path with the library's fixed IV ("58203716"; SEED "5820371649385027", CBC in
+ * any mode), for a ready context's state. The key is a plain blob. */
+VC_API uint32_t V_Encryption_IV_Fix(CryptoState *state, uint32_t algorithm, uint32_t mode,
+                                    const DataBlob *key, const DataBlob *input, DataBlob *output);
+VC_API uint32_t V_Decryption_IV_Fix(CryptoState *state, uint32_t algorithm, uint32_t mode,
+                                    const DataBlob *key, const DataBlob *input, DataBlob *output);
+
+/* ---- MAC and random ---- */
+
+enum {
+    V_MAC_DES = 0,  /* DES CBC-MAC, 8 key bytes, 8-byte MAC */
+    V_MAC_DES3 = 1, /* two-key triple DES CBC-MAC, 16 key bytes, 8-byte MAC */
+    V_MAC_RC2 = 2   /* HMAC-MD5 under 8 key bytes, 16-byte MAC */
+};
+enum { V_RANDOM_DES = 0, V_RANDOM_MD5 = 1 };
+
+/* MAC of one message; `mac` receives a V_calloc buffer. The key blob must hold at least the
+ * id's key bytes. Codes: 20006, 30002, 30019 (also an unknown id), 30021. */
+VC_API uint32_t V_GenMac(LibContext *ctx, int32_t macId, const DataBlob *key, const DataBlob *message,
+                         DataBlob *mac);
+/* 0 when `mac` is the MAC of the message. A MAC that does not verify returns VC_ERR_MAC_MISMATCH
+ * and stores nothing; a failing start or update stores and returns -1. */
+VC_API uint32_t V_VerifyMac(LibContext *ctx, int32_t macId, const DataBlob *key,
+                            const DataBlob *message, const DataBlob *mac);
+/* `length` random bytes into a V_calloc buffer stored at *result. -1 for a null context or a
+ * provider failure (unknown generator id: nothing stored), 20006 for a failed allocation. */
+VC_API uint32_t V_GenRandom(LibContext *ctx, int32_t generatorId, uint32_t length, uint8_t **result);
+
+/* ---- Key wrapping and key share ----
+ *
+ * Length-preserving encryption of key material (a non-zero multiple of 8 bytes) with DES-CBC
+ * (id 0), triple DES CBC (1), SEED-CBC (10) or the GPKI module (15). */
+VC_API uint32_t V_KeyEncryption(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
+                                DataBlob *output);
+VC_API uint32_t V_KeyDecryption(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
+                                DataBlob *output);
+/* LZW coding of a key share. Encode: maxCodeBits 9 to 12 (a table of up to 4,096 entries) and
+ * resetWhenFull (non-zero: start a fresh table when it fills). Decode: maxOutputLength bounds
+ * the decoded size. The destination receives a malloc() buffer (free it with free()) and its
+ * length. 1 on success, 0 on failure. The first argument is not read. */
+VC_API int32_t V_KeyShareEncode(void *unused, const DataBlob *source, uint32_t maxCodeBits,
+                                uint32_t resetWhenFull, DataBlob *destination);
+VC_API int32_t V_KeyShareDecode(void *unused, const DataBlob *source, uint32_t maxOutputLength,
+                                DataBlob *destination);
 
 VC_END_DECLS
 
