@@ -10,25 +10,19 @@
 #include <cstring>
 #include <mutex>
 
+#include "common/sanitizer.h"
+
 namespace {
 
 constexpr size_t kHeader = 16;  // the payload's byte count, then the block's capacity
 
 // Services allocate and free the same few small records on every call (a 1.1 KiB provider
 // record among them, larger than the C library's per-thread cache takes), so each thread keeps
-// a handful of freed blocks for reuse. The sanitizer build does without, so that it still sees
-// every use after free.
-#if defined(__SANITIZE_ADDRESS__)
-constexpr int kCachedBlocks = 0;
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-constexpr int kCachedBlocks = 0;
-#else
-constexpr int kCachedBlocks = 4;
-#endif
-#else
-constexpr int kCachedBlocks = 4;
-#endif
+// a handful of freed blocks for reuse. A block is zeroed when it enters the cache rather than
+// when it leaves it: the stores are then long retired when the next call reads the memory
+// around it, instead of stalling the hash loads that follow the allocation. The sanitizer build
+// does without, so that it still sees every use after free.
+constexpr int kCachedBlocks = vc::kAddressSanitizer ? 0 : 4;
 constexpr uint64_t kMaxCachedCapacity = 4096;
 
 struct BlockCache {
@@ -51,6 +45,7 @@ struct BlockCache {
         if (cap > kMaxCachedCapacity) return false;
         for (int i = 0; i < kCachedBlocks; ++i)
             if (block[i] == nullptr) {
+                std::memset(b + kHeader, 0, size_t(cap));
                 block[i] = b;
                 capacity[i] = cap;
                 return true;
@@ -94,8 +89,7 @@ void *V_calloc(LibContext *ctx, uint32_t count, uint32_t size) {
     uint64_t capacity = bytes;
     uint8_t *block = t_cache.take(bytes);
     if (block != nullptr) {
-        std::memcpy(&capacity, block + 8, sizeof capacity);
-        std::memset(block + kHeader, 0, size_t(bytes));
+        std::memcpy(&capacity, block + 8, sizeof capacity);  // zeroed when it was cached
     } else {
         block = static_cast<uint8_t *>(std::calloc(1, kHeader + size_t(bytes)));
         if (block == nullptr) return nullptr;

@@ -9,7 +9,9 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
+#include "common/sanitizer.h"
 #include "csp/digest.h"
 #include "csp/provider_error.h"
 #include "hash/md5.h"
@@ -64,10 +66,40 @@ const Engine *engineFor(uint32_t algorithm) {
     return nullptr;  // an alias: no engine
 }
 
+// Every digest allocates its engine state at Init and releases it at Final, so each thread
+// keeps its last released state block for the next Init. All blocks have one size, enough for
+// every engine.
+constexpr size_t kStateBlock = [] {
+    size_t most = 0;
+    for (const Engine &e : kEngines) most = std::max(most, e.stateSize);
+    return (most + 63) / 64 * 64;
+}();
+
+struct StateCache {
+    void *block = nullptr;
+    ~StateCache() { std::free(block); }
+};
+thread_local StateCache t_stateCache;
+
+void *allocateState(size_t size) {
+    void *block = t_stateCache.block;
+    if (block == nullptr) return std::calloc(1, kStateBlock);
+    t_stateCache.block = nullptr;
+    std::memset(block, 0, size);
+    return block;
+}
+
+void releaseState(void *block) {
+    if (!vc::kAddressSanitizer && t_stateCache.block == nullptr)
+        t_stateCache.block = block;
+    else
+        std::free(block);
+}
+
 bool start(CspContextRecord *record) {
     const Engine *e = engineFor(record->algorithm);
     if (e == nullptr) return true;
-    void *state = std::calloc(1, e->stateSize);
+    void *state = allocateState(e->stateSize);
     if (state == nullptr) return false;
     e->init(state);
     record->state = state;
@@ -109,7 +141,7 @@ const DigestDescriptor *descriptorFor(uint32_t algorithm) {
 }  // namespace
 
 void ReleaseDigestState(CspContextRecord *record) {
-    std::free(record->state);
+    releaseState(record->state);
     record->state = nullptr;
     record->descriptor = nullptr;
 }
