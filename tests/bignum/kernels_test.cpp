@@ -36,8 +36,20 @@ void expOperands(vctest::Rng &rng, int it, Operands &o) {
     o.m.store[size_t(words - 1)] |= 0x80000000u;
     Mpz zm, za;
     toMpz(zm, o.m.p());
+    Mpz rinv;  // R^-1 mod N, R = 2^(32 words)
+    mpz_set_ui(rinv, 1), mpz_mul_2exp(rinv, rinv, uint32_t(32 * words)), mpz_invert(rinv, rinv, zm);
     if (it % 5 == 0) {  // Montgomery form 2: short products, shortened reductions
-        mpz_set_ui(za, 1), mpz_mul_2exp(za, za, uint32_t(32 * words)), mpz_invert(za, za, zm), mpz_mul_ui(za, za, 2);
+        mpz_mul_ui(za, rinv, 2);
+    } else if (it % 5 == 2) {  // Montgomery form whose square loses a diagonal carry (a^2)
+        Mpz x, sq, got;
+        for (int tries = 0; tries < 4000; tries++) {
+            toMpz(x, edgy(rng, words).p()), mpz_mod(x, x, zm);
+            Num xs = fromMpz(x), r(400);
+            vc::bignum::sqrLiteral(r.p(), xs.p());
+            mpz_mul(sq, x, x), toMpz(got, r.p());
+            if (mpz_cmp(sq, got) != 0) break;
+        }
+        mpz_mul(za, x, rinv);
     } else if (it % 5 == 1) {  // 0 (length 0), 1 or 2
         mpz_set_ui(za, uint32_t(it % 3));
     } else {
