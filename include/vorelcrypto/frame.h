@@ -132,7 +132,16 @@ VC_API uint32_t V_KeyDecryption(LibContext *ctx, const SymKeyRecord *key, const 
 /* LZW coding of a key share. Encode: maxCodeBits 9 to 12 (a table of up to 4,096 entries) and
  * resetWhenFull (non-zero: start a fresh table when it fills). Decode: maxOutputLength bounds
  * the decoded size. The destination receives a malloc() buffer (free it with free()) and its
- * length. 1 on success, 0 on failure. The first argument is not read. */
+ * length; an empty result still gets a (one-byte) buffer. 1 on success, 0 on failure (a null or
+ * malformed source, a bad parameter, a result over the bound, no memory), and the destination is
+ * then {0, null}. The first argument is not read.
+ *
+ * Stream: 0x4B, maxCodeBits | 0x80 when resetWhenFull, then codes packed least-significant bit
+ * first: 0-255 a byte, 256 CLEAR (fresh table, width 9), 257 END, table entries from 258. Every
+ * code is as wide as the bit length of the next code the encoder will assign (at least 9, at
+ * most maxCodeBits). A full table is frozen, or cleared with CLEAR when resetWhenFull. END is
+ * followed by zero bits up to the byte boundary and nothing else. An empty source encodes to
+ * the header and END. */
 VC_API int32_t V_KeyShareEncode(void *unused, const DataBlob *source, uint32_t maxCodeBits,
                                 uint32_t resetWhenFull, DataBlob *destination);
 VC_API int32_t V_KeyShareDecode(void *unused, const DataBlob *source, uint32_t maxOutputLength,
