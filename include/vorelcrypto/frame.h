@@ -109,16 +109,23 @@ enum {
 };
 enum { V_RANDOM_DES = 0, V_RANDOM_MD5 = 1 };
 
-/* MAC of one message; `mac` receives a V_calloc buffer. The key blob must hold at least the
- * id's key bytes. Codes: 20006, 30002, 30019 (also an unknown id), 30021. */
+/* MAC of one message; `mac` receives a V_calloc buffer (8 bytes, 16 for V_MAC_RC2) and is left
+ * untouched on failure. The key blob's leading 8 (V_MAC_DES, V_MAC_RC2) or 16 (V_MAC_DES3) bytes
+ * are the key; a shorter blob gives 30002. Codes: 30000 (no crypto state, a null blob, null data
+ * with a non-zero length), 20006, 30002, 30019 (also an unknown id), 30021. */
 VC_API uint32_t V_GenMac(LibContext *ctx, int32_t macId, const DataBlob *key, const DataBlob *message,
                          DataBlob *mac);
-/* 0 when `mac` is the MAC of the message. A MAC that does not verify returns VC_ERR_MAC_MISMATCH
- * and stores nothing; a failing start or update stores and returns -1. */
+/* 0 when `mac` is the MAC of the message; the error field is then left as it was. A MAC that
+ * does not verify (other bytes or another length) returns VC_ERR_MAC_MISMATCH and stores
+ * nothing; a failing start or update (also an unknown id) stores and returns -1; 30000, 20006
+ * and 30002 as for V_GenMac. */
 VC_API uint32_t V_VerifyMac(LibContext *ctx, int32_t macId, const DataBlob *key,
                             const DataBlob *message, const DataBlob *mac);
-/* `length` random bytes into a V_calloc buffer stored at *result. -1 for a null context or a
- * provider failure (unknown generator id: nothing stored), 20006 for a failed allocation. */
+/* `length` random bytes into a V_calloc buffer stored at *result (a zero-length request still
+ * gets a buffer; any length is served). -1 for a null context or result pointer or a provider
+ * failure (unknown generator id: nothing stored, *result untouched), 20006 for a failed
+ * allocation, 30000 for a context without crypto state. Success leaves the error field as it
+ * was. */
 VC_API uint32_t V_GenRandom(LibContext *ctx, int32_t generatorId, uint32_t length, uint8_t **result);
 
 /* ---- Key wrapping and key share ----
