@@ -88,13 +88,22 @@ enum { V_MODE_ECB = 0, V_MODE_CBC = 1, V_MODE_CFB = 2, V_MODE_OFB = 3 };
  * rule over the cipher's block; on the provider path an input shorter than 8 bytes is first
  * made 8 bytes long (bytes of value 8 minus the length), and decryption gives back those 8
  * bytes. V_Encryption stores 30032 for a failing provider path but returns that path's own
- * code; V_Decryption stores and returns 30033. On failure output->Data is null. */
+ * code; V_Decryption stores and returns 30033 (ctx->state->lastError keeps the path's code,
+ * 30027 for bad SEED padding). On failure output is {0, null}.
+ * Triple DES (id 1) needs keyLength >= 24 and RC2 (2, 11) 1 to 128; both need ivLength >= 8:
+ * otherwise 30023 / 30025 (encryption), 30024 / 30026 (decryption, also for a last plain byte
+ * outside 1 to 8). SEED takes 16 key and 16 IV bytes. GPKI (id 15): 60004 when no module is
+ * registered (returned, not stored); 100000 when a module step fails, with its text in
+ * ctx->message. V_Decryption clears ctx->error at entry. */
 VC_API uint32_t V_Encryption(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
                              DataBlob *output);
 VC_API uint32_t V_Decryption(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
                              DataBlob *output);
 /* The provider path with the library's fixed IV ("58203716"; SEED "5820371649385027", CBC in
- * any mode), for a ready context's state. The key is a plain blob. */
+ * any mode), for a ready context's state; ids 1, 2 and 11 go through the provider here (two-key
+ * triple DES with 16 key bytes, RC2 with 8 or 5). The key is a plain blob holding at least the
+ * algorithm's key bytes. The code is stored in state->lastError and the owner's error field and
+ * returned; a null state returns 30000 without storing. */
 VC_API uint32_t V_Encryption_IV_Fix(CryptoState *state, uint32_t algorithm, uint32_t mode,
                                     const DataBlob *key, const DataBlob *input, DataBlob *output);
 VC_API uint32_t V_Decryption_IV_Fix(CryptoState *state, uint32_t algorithm, uint32_t mode,
@@ -130,8 +139,12 @@ VC_API uint32_t V_GenRandom(LibContext *ctx, int32_t generatorId, uint32_t lengt
 
 /* ---- Key wrapping and key share ----
  *
- * Length-preserving encryption of key material (a non-zero multiple of 8 bytes) with DES-CBC
- * (id 0), triple DES CBC (1), SEED-CBC (10) or the GPKI module (15). */
+ * Length-preserving encryption of key material (a non-zero multiple of 8 bytes, else 30000)
+ * with DES-CBC (id 0), three-key triple DES CBC (1, through V_Encryption: the padding block
+ * stays in the buffer past the reported length), SEED-CBC (10; a length of 8 mod 16 loses its
+ * last 8 bytes in the round trip) or the GPKI module (15). No padding is added or removed.
+ * Other ids: 30032 (wrap) / 30033 (unwrap). A failing V_Encryption (ids 1, 15) or GPKI
+ * V_Decryption returns 30032 and leaves that service's code in ctx->error. */
 VC_API uint32_t V_KeyEncryption(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
                                 DataBlob *output);
 VC_API uint32_t V_KeyDecryption(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
