@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "cipher/blowfish_pi.h"
+#include "cipher/block_modes.h"
 #include "cipher/modes64.h"
 
 namespace vc::cipher {
@@ -44,6 +45,10 @@ struct BlowfishCipher {
 };
 
 }  // namespace
+}  // namespace vc::cipher
+
+namespace vc::cipher {
+constexpr BlockModes kBlowfishModes = blockModes<BlowfishCipher>();
 }  // namespace vc::cipher
 
 using namespace vc::cipher;

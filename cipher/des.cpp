@@ -7,7 +7,7 @@
 // costs one rotation, and a masked byte is directly a byte offset into a table.
 #include <vorelcrypto/cipher.h>
 
-#include "cipher/modes.h"
+#include "cipher/block_modes.h"
 
 namespace vc::cipher {
 namespace {
@@ -237,6 +237,11 @@ struct Des3ThreeKeyCipher {
 };
 
 }  // namespace
+}  // namespace vc::cipher
+
+namespace vc::cipher {
+constexpr BlockModes kDesModes = blockModes<DesCipher>();
+constexpr BlockModes kDes3Modes = blockModes<Des3Cipher>();
 }  // namespace vc::cipher
 
 using vc::cipher::Des3Cipher;

@@ -2,6 +2,7 @@
 // modulo 2^16 and multiplication modulo 2^16 + 1 (with 0 standing for 2^16).
 #include <vorelcrypto/cipher.h>
 
+#include "cipher/block_modes.h"
 #include "cipher/modes64.h"
 
 namespace vc::cipher {
@@ -60,6 +61,10 @@ struct IdeaCipher {
 };
 
 }  // namespace
+}  // namespace vc::cipher
+
+namespace vc::cipher {
+constexpr BlockModes kIdeaModes = blockModes<IdeaCipher>();
 }  // namespace vc::cipher
 
 using namespace vc::cipher;

@@ -1,6 +1,7 @@
 // RC2 (RFC 2268): four little-endian 16-bit words, 16 mixing rounds and two mashing rounds.
 #include <vorelcrypto/cipher.h>
 
+#include "cipher/block_modes.h"
 #include "cipher/modes64.h"
 
 namespace vc::cipher {
@@ -97,6 +98,10 @@ struct Rc2Cipher {
 };
 
 }  // namespace
+}  // namespace vc::cipher
+
+namespace vc::cipher {
+constexpr BlockModes kRc2Modes = blockModes<Rc2Cipher>();
 }  // namespace vc::cipher
 
 using namespace vc::cipher;

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 
+#include "cipher/block_modes.h"
 #include "cipher/modes64.h"
 
 namespace vc::cipher {
@@ -40,6 +41,10 @@ struct Rc5Cipher {
 };
 
 }  // namespace
+}  // namespace vc::cipher
+
+namespace vc::cipher {
+constexpr BlockModes kRc5Modes = blockModes<Rc5Cipher>();
 }  // namespace vc::cipher
 
 using namespace vc::cipher;

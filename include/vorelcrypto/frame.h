@@ -88,13 +88,22 @@ enum { V_MODE_ECB = 0, V_MODE_CBC = 1, V_MODE_CFB = 2, V_MODE_OFB = 3 };
  * rule over the cipher's block; on the provider path an input shorter than 8 bytes is first
  * made 8 bytes long (bytes of value 8 minus the length), and decryption gives back those 8
  * bytes. V_Encryption stores 30032 for a failing provider path but returns that path's own
- * code; V_Decryption stores and returns 30033. On failure output->Data is null. */
+ * code; V_Decryption stores and returns 30033 (ctx->state->lastError keeps the path's code,
+ * 30027 for bad SEED padding). On failure output is {0, null}.
+ * Triple DES (id 1) needs keyLength >= 24 and RC2 (2, 11) 1 to 128; both need ivLength >= 8:
+ * otherwise 30023 / 30025 (encryption), 30024 / 30026 (decryption, also for a last plain byte
+ * outside 1 to 8). SEED takes 16 key and 16 IV bytes. GPKI (id 15): 60004 when no module is
+ * registered (returned, not stored); 100000 when a module step fails, with its text in
+ * ctx->message. V_Decryption clears ctx->error at entry. */
 VC_API uint32_t V_Encryption(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
                              DataBlob *output);
 VC_API uint32_t V_Decryption(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
                              DataBlob *output);
 /* The provider path with the library's fixed IV ("58203716"; SEED "5820371649385027", CBC in
- * any mode), for a ready context's state. The key is a plain blob. */
+ * any mode), for a ready context's state; ids 1, 2 and 11 go through the provider here (two-key
+ * triple DES with 16 key bytes, RC2 with 8 or 5). The key is a plain blob holding at least the
+ * algorithm's key bytes. The code is stored in state->lastError and the owner's error field and
+ * returned; a null state returns 30000 without storing. */
 VC_API uint32_t V_Encryption_IV_Fix(CryptoState *state, uint32_t algorithm, uint32_t mode,
                                     const DataBlob *key, const DataBlob *input, DataBlob *output);
 VC_API uint32_t V_Decryption_IV_Fix(CryptoState *state, uint32_t algorithm, uint32_t mode,
@@ -109,22 +118,33 @@ enum {
 };
 enum { V_RANDOM_DES = 0, V_RANDOM_MD5 = 1 };
 
-/* MAC of one message; `mac` receives a V_calloc buffer. The key blob must hold at least the
- * id's key bytes. Codes: 20006, 30002, 30019 (also an unknown id), 30021. */
+/* MAC of one message; `mac` receives a V_calloc buffer (8 bytes, 16 for V_MAC_RC2) and is left
+ * untouched on failure. The key blob's leading 8 (V_MAC_DES, V_MAC_RC2) or 16 (V_MAC_DES3) bytes
+ * are the key; a shorter blob gives 30002. Codes: 30000 (no crypto state, a null blob, null data
+ * with a non-zero length), 20006, 30002, 30019 (also an unknown id), 30021. */
 VC_API uint32_t V_GenMac(LibContext *ctx, int32_t macId, const DataBlob *key, const DataBlob *message,
                          DataBlob *mac);
-/* 0 when `mac` is the MAC of the message. A MAC that does not verify returns VC_ERR_MAC_MISMATCH
- * and stores nothing; a failing start or update stores and returns -1. */
+/* 0 when `mac` is the MAC of the message; the error field is then left as it was. A MAC that
+ * does not verify (other bytes or another length) returns VC_ERR_MAC_MISMATCH and stores
+ * nothing; a failing start or update (also an unknown id) stores and returns -1; 30000, 20006
+ * and 30002 as for V_GenMac. */
 VC_API uint32_t V_VerifyMac(LibContext *ctx, int32_t macId, const DataBlob *key,
                             const DataBlob *message, const DataBlob *mac);
-/* `length` random bytes into a V_calloc buffer stored at *result. -1 for a null context or a
- * provider failure (unknown generator id: nothing stored), 20006 for a failed allocation. */
+/* `length` random bytes into a V_calloc buffer stored at *result (a zero-length request still
+ * gets a buffer; any length is served). -1 for a null context or result pointer or a provider
+ * failure (unknown generator id: nothing stored, *result untouched), 20006 for a failed
+ * allocation, 30000 for a context without crypto state. Success leaves the error field as it
+ * was. */
 VC_API uint32_t V_GenRandom(LibContext *ctx, int32_t generatorId, uint32_t length, uint8_t **result);
 
 /* ---- Key wrapping and key share ----
  *
- * Length-preserving encryption of key material (a non-zero multiple of 8 bytes) with DES-CBC
- * (id 0), triple DES CBC (1), SEED-CBC (10) or the GPKI module (15). */
+ * Length-preserving encryption of key material (a non-zero multiple of 8 bytes, else 30000)
+ * with DES-CBC (id 0), three-key triple DES CBC (1, through V_Encryption: the padding block
+ * stays in the buffer past the reported length), SEED-CBC (10; a length of 8 mod 16 loses its
+ * last 8 bytes in the round trip) or the GPKI module (15). No padding is added or removed.
+ * Other ids: 30032 (wrap) / 30033 (unwrap). A failing V_Encryption (ids 1, 15) or GPKI
+ * V_Decryption returns 30032 and leaves that service's code in ctx->error. */
 VC_API uint32_t V_KeyEncryption(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
                                 DataBlob *output);
 VC_API uint32_t V_KeyDecryption(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
@@ -132,7 +152,16 @@ VC_API uint32_t V_KeyDecryption(LibContext *ctx, const SymKeyRecord *key, const 
 /* LZW coding of a key share. Encode: maxCodeBits 9 to 12 (a table of up to 4,096 entries) and
  * resetWhenFull (non-zero: start a fresh table when it fills). Decode: maxOutputLength bounds
  * the decoded size. The destination receives a malloc() buffer (free it with free()) and its
- * length. 1 on success, 0 on failure. The first argument is not read. */
+ * length; an empty result still gets a (one-byte) buffer. 1 on success, 0 on failure (a null or
+ * malformed source, a bad parameter, a result over the bound, no memory), and the destination is
+ * then {0, null}. The first argument is not read.
+ *
+ * Stream: 0x4B, maxCodeBits | 0x80 when resetWhenFull, then codes packed least-significant bit
+ * first: 0-255 a byte, 256 CLEAR (fresh table, width 9), 257 END, table entries from 258. Every
+ * code is as wide as the bit length of the next code the encoder will assign (at least 9, at
+ * most maxCodeBits). A full table is frozen, or cleared with CLEAR when resetWhenFull. END is
+ * followed by zero bits up to the byte boundary and nothing else. An empty source encodes to
+ * the header and END. */
 VC_API int32_t V_KeyShareEncode(void *unused, const DataBlob *source, uint32_t maxCodeBits,
                                 uint32_t resetWhenFull, DataBlob *destination);
 VC_API int32_t V_KeyShareDecode(void *unused, const DataBlob *source, uint32_t maxOutputLength,

@@ -5,6 +5,7 @@
 #include <nettle/md2.h>
 #include <openssl/evp.h>
 
+#include "frame/service_fixture.h"
 #include "support/test_util.h"
 
 namespace {
@@ -30,23 +31,7 @@ Bytes oracle(uint32_t hashId, const Bytes &m) {
     return Bytes(out, out + n);
 }
 
-class GenHash : public ::testing::Test {
-protected:
-    void SetUp() override { ASSERT_EQ(V_VCCInit(&ctx), 0); }
-    void TearDown() override {
-        V_VCCTerm(&ctx);
-        uint32_t blocks = 1, bytes = 1;
-        V_GetAllocStats(&ctx, &blocks, &bytes);
-        EXPECT_EQ(blocks, 0u);
-        EXPECT_EQ(bytes, 0u);
-    }
-    uint32_t liveBlocks() {
-        uint32_t blocks = 0;
-        V_GetAllocStats(&ctx, &blocks, nullptr);
-        return blocks;
-    }
-    LibContext ctx{};
-};
+class GenHash : public vctest::ServiceTest {};
 
 TEST_F(GenHash, EveryServiceIdAgainstOracle) {
     vctest::Rng rng(9);
