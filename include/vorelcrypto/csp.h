@@ -163,7 +163,8 @@ VC_API int32_t CSP_FreeKey(uint32_t moduleHandle, DataBlob *key);
  * an output blob's Length is its capacity and is left unchanged. Padded modes, ECB and CBC
  * write whole blocks only, keeping an incomplete block (and, when decrypting with padding, the
  * last block) in the record; CFB, OFB and RC4 without padding write every byte at once.
- * *bytesProcessed (may be null) receives the count written. Everything is checked before
+ * Output must not overlap input: with bytes pending from an earlier call, output runs ahead of
+ * the input read. *bytesProcessed (may be null) receives the count written. Everything is checked before
  * anything is written: 1096 without Init (or after Final, or in the other direction), 1029 and
  * 1030 for null arrays and zero counts, 1046 for a blob with a null data pointer, 1011 when the
  * output blobs together are too short.
