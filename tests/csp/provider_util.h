@@ -5,7 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
+#include <algorithm>
+#include <cstdlib>
 #include <vector>
 
 #include "support/test_util.h"
@@ -14,61 +15,122 @@ namespace vcp {
 
 using vctest::Bytes;
 
+// The reason GetError reports for a failing call (checks the -1).
+#define EXPECT_REASON(call, reason)                        \
+    do {                                                   \
+        EXPECT_EQ((call), -1) << #call;                    \
+        EXPECT_EQ(GetError(), uint32_t(reason)) << #call; \
+    } while (0)
+
+// A context record with its own attribute array (copies keep their own).
+struct Context {
+    CspContextRecord record{};
+    std::vector<CspAttribute> attributes;
+    Context(uint32_t cls, uint32_t algorithm) { record.contextClass = cls, record.algorithm = algorithm; }
+    Context(const Context &o) : record(o.record), attributes(o.attributes) { record.attributes = attributes.data(); }
+    Context &add(uint32_t type, uint32_t value) { return push({type, 4, {.uint32 = value}}); }
+    Context &add(uint32_t type, DataBlob *blob) { return push({type, sizeof(DataBlob), {.data = blob}}); }
+    CspContextRecord *operator&() { return &record; }
+
+private:
+    Context &push(CspAttribute a) {
+        attributes.push_back(a);
+        record.attributes = attributes.data();
+        record.attributeCount = uint32_t(attributes.size());
+        return *this;
+    }
+};
+
 // A key record made by CSP_GenerateKey in an aligned 5,000-byte buffer.
 struct Key {
     std::vector<uint64_t> storage = std::vector<uint64_t>(CSP_KEY_RECORD_MAX / 8);
     DataBlob blob{CSP_KEY_RECORD_MAX, reinterpret_cast<uint8_t *>(storage.data())};
 };
-// Makes the key record of `algorithm` from `material` (KEY_LENGTH = 8 * its size); RC2 gets
-// `effectiveBits` when non-zero. Returns the CSP_GenerateKey status.
-int32_t makeKey(Key &key, uint32_t algorithm, const Bytes &material, uint32_t effectiveBits = 0);
+// KEY_LENGTH is 8 * the material's size; RC2 gets `effectiveBits` when non-zero. Returns the
+// CSP_GenerateKey status.
+inline int32_t makeKey(Key &key, uint32_t algorithm, const Bytes &material, uint32_t effectiveBits = 0) {
+    Context gen(CSP_CLASS_KEYGEN, algorithm);
+    gen.add(CSP_ATTR_KEY_LENGTH, uint32_t(8 * material.size()));
+    if (effectiveBits != 0) gen.add(CSP_ATTR_EFFECTIVE_BITS, effectiveBits);
+    DataBlob m{uint32_t(material.size()), const_cast<uint8_t *>(material.data())};
+    key.blob.Length = CSP_KEY_RECORD_MAX;
+    return CSP_GenerateKey(CSP_MODULE_HANDLE, &gen, nullptr, 3, 0x20000000, &m, &key.blob);
+}
 
-// A context record with its own attribute array.
-struct Context {
-    CspContextRecord record{};
-    std::vector<CspAttribute> attributes;
-    Context(uint32_t cls, uint32_t algorithm);
-    // Copies keep their own attribute array.
-    Context(const Context &o) : record(o.record), attributes(o.attributes) {
-        record.attributes = attributes.data();
-    }
-    Context &add(uint32_t type, uint32_t value);
-    Context &add(uint32_t type, DataBlob *blob);
-    CspContextRecord *operator&() { return &record; }
-};
-
-// A symmetric context for key, mode (0: none given) and optional iv and padding.
+// A symmetric context: key, mode (0: no attribute), iv (empty: no attribute), padding (-1: no
+// attribute).
 struct CipherSetup {
     uint32_t algorithm, mode;
     Bytes key, iv;
-    int64_t padding = -1;  // -1: attribute not given
+    int64_t padding = -1;
     uint32_t effectiveBits = 0;
 };
 struct CipherContext {
     Key key;
-    DataBlob iv{};
     Bytes ivBytes;
+    DataBlob iv{};
     Context context;
-    explicit CipherContext(const CipherSetup &s);
+    explicit CipherContext(const CipherSetup &s) : ivBytes(s.iv), context(CSP_CLASS_SYMMETRIC, s.algorithm) {
+        EXPECT_EQ(makeKey(key, s.algorithm, s.key, s.effectiveBits), 0);
+        context.add(CSP_ATTR_KEY, &key.blob);
+        if (s.mode != 0) context.add(CSP_ATTR_MODE, s.mode);
+        iv = DataBlob{uint32_t(ivBytes.size()), ivBytes.data()};
+        if (!ivBytes.empty()) context.add(CSP_ATTR_INIT_VECTOR, &iv);
+        if (s.padding >= 0) context.add(CSP_ATTR_PADDING, uint32_t(s.padding));
+    }
 };
 
-// Runs Init, Updates over `pieces` (each an Update of one input blob into output blobs of the
-// given capacities, cycling through `outputSplits`), and Final into a null blob; returns the
-// concatenated output. Any failing call fails the test and returns what was made.
-Bytes staged(const CipherSetup &s, bool encrypt, const Bytes &data, const std::vector<size_t> &pieces,
-             const std::vector<uint32_t> &outputSplits = {});
-// CSP_EncryptData / CSP_DecryptData in one call.
-Bytes oneShot(const CipherSetup &s, bool encrypt, const Bytes &data);
+// With no pieces, the one-shot call into an exact output blob and an 8-byte closing blob.
+// Otherwise Init, one Update per piece into output blobs of the capacities in `splits` (in
+// turn; one blob when empty), and Final into a null blob. Returns everything written.
+inline Bytes crypt(CipherContext &c, bool encrypt, const Bytes &data, const std::vector<size_t> &pieces = {},
+                   const std::vector<uint32_t> &splits = {}) {
+    static uint8_t empty;
+    CspContextRecord h{};
+    Bytes result, space(data.size() + 16);
+    uint32_t written = 0;
+    if (pieces.empty()) {
+        DataBlob in{uint32_t(data.size()), data.empty() ? &empty : const_cast<uint8_t *>(data.data())};
+        DataBlob out{uint32_t(data.size() + 8), space.data()}, last{8, space.data() + data.size() + 8};
+        const int32_t r = (encrypt ? CSP_EncryptData : CSP_DecryptData)(0, &h, &c.context, &in, 1, &out, 1,
+                                                                        &written, &last);
+        EXPECT_EQ(r, 0) << "one-shot, reason " << GetError();
+        result.assign(space.begin(), space.begin() + written);
+        result.insert(result.end(), last.Data, last.Data + (r ? 0 : last.Length));
+        return result;
+    }
+    EXPECT_EQ((encrypt ? CSP_EncryptDataInit : CSP_DecryptDataInit)(0, &h, &c.context), 0);
+    size_t at = 0, split = 0;
+    for (size_t n : pieces) {
+        DataBlob in{uint32_t(n), n ? const_cast<uint8_t *>(data.data() + at) : &empty};
+        at += n;
+        std::vector<DataBlob> outs;  // room for all the piece can release, cut into blobs
+        for (size_t used = 0; used < n + 16;) {
+            const uint32_t cap = splits.empty() ? uint32_t(n + 16) : splits[split++ % splits.size()];
+            outs.push_back(DataBlob{uint32_t(std::min<size_t>(cap, n + 16 - used)), space.data() + used});
+            used += outs.back().Length;
+        }
+        EXPECT_EQ((encrypt ? CSP_EncryptDataUpdate : CSP_DecryptDataUpdate)(0, &h, &in, 1, outs.data(),
+                                                                            uint32_t(outs.size()), &written), 0)
+            << "reason " << GetError();
+        result.insert(result.end(), space.begin(), space.begin() + written);
+    }
+    DataBlob rest{0, nullptr};
+    EXPECT_EQ((encrypt ? CSP_EncryptDataFinal : CSP_DecryptDataFinal)(0, &h, &rest), 0) << GetError();
+    if (rest.Data) result.insert(result.end(), rest.Data, rest.Data + rest.Length);
+    std::free(rest.Data);
+    return result;
+}
 
-// Random piece sizes covering the interesting ones: single bytes, around the 1,000-byte chunk,
-// and beyond it.
-std::vector<size_t> randomPieces(vctest::Rng &rng, size_t total);
-
-// The reason GetError reports for a failing call (checks the -1).
-#define EXPECT_REASON(call, reason)          \
-    do {                                     \
-        EXPECT_EQ((call), -1) << #call;      \
-        EXPECT_EQ(GetError(), uint32_t(reason)) << #call; \
-    } while (0)
+// Random piece sizes: single bytes, around the 1,000-byte chunk, beyond it, small ones.
+inline std::vector<size_t> randomPieces(vctest::Rng &rng, size_t total) {
+    std::vector<size_t> pieces;
+    for (size_t n; total != 0; total -= n) {
+        const size_t kinds[] = {1, 990 + rng.below(21), 1001 + rng.below(1500), rng.below(20)};
+        n = std::min(kinds[rng.below(4)], total);
+        pieces.push_back(n);
+    }
+    return pieces;
+}
 
 }  // namespace vcp
