@@ -109,6 +109,9 @@ int32_t seedCbc(LibContext *ctx, const CipherRequest &r, const DataBlob *input, 
                 Direction d) {
     constexpr uint32_t kSeedBlock = 16;
     if (!r.seedInAnyMode && r.mode != V_MODE_CBC) return VC_ERR_MODE;
+    // Missing key or IV bytes fail where the provider path would refuse them.
+    if (r.key == nullptr) return VC_ERR_KEY_IMPORT;
+    if (r.iv == nullptr) return d == Direction::Encrypt ? VC_ERR_ENC_INIT : VC_ERR_DEC_INIT;
     const uint32_t length = input->Length;
     uint8_t *out = nullptr;
     if (d == Direction::Encrypt && (out = AllocBytes(ctx, length, 32)) == nullptr) return VC_ERR_ALLOC;

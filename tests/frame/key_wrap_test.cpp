@@ -87,6 +87,12 @@ TEST_F(KeyWrap, RefusedInputsAndAlgorithms) {
         EXPECT_EQ(V_KeyDecryption(&ctx, &k, nullptr, &o), 30000u);
         EXPECT_EQ(V_KeyDecryption(nullptr, &k, &noData, &o), uint32_t(-1));
     }
+    for (uint32_t alg : {0u, 10u}) {  // no IV
+        SymKeyRecord k = record(alg);
+        k.iv = nullptr;
+        EXPECT_EQ(call(true, k, Bytes(16), out), 30032u);
+        EXPECT_EQ(call(false, k, Bytes(16), out), 30033u);
+    }
     for (uint32_t alg : {2u, 3u, 5u, 11u}) {
         EXPECT_EQ(call(true, record(alg), Bytes(16), out), 30032u);
         EXPECT_EQ(ctx.error, 30032);
