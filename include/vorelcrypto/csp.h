@@ -128,12 +128,20 @@ VC_API int32_t CSP_DigestDataFinal(uint32_t moduleHandle, CspContextHandle handl
 
 /* ---- Key generation (class CSP_CLASS_KEYGEN) ----
  *
- * CSP_GenerateKey turns key material into a provider key record for the context's algorithm.
- * Attributes: CSP_ATTR_KEY_LENGTH (required; bits; the number of material bytes taken) and, for
- * RC2, CSP_ATTR_EFFECTIVE_BITS (default 8 times the key length). `key` is the caller's buffer,
- * Length its capacity (CSP_KEY_RECORD_MAX always suffices); on success Length becomes the size
- * of the record. keyUsage and keyAttributes are recorded, not enforced. `context` is optional as
- * for the digest family. CSP_FreeKey wipes a key record and sets its Length to 0. */
+ * CSP_GenerateKey turns key material into a provider key record for the context's algorithm:
+ * a header, the raw key bytes and the key schedule, with no pointers inside. Attributes:
+ * CSP_ATTR_KEY_LENGTH (required; bits, a multiple of 8; the number of material bytes taken) and,
+ * for RC2, CSP_ATTR_EFFECTIVE_BITS (1 to 1024, default 8 times the key length). Key lengths in
+ * bytes: DES 8, two-key triple DES 16, IDEA 16, RC2 1 to 128, RC5-32/12 0 to 255, RC4 1 to 256,
+ * Blowfish 4 to 56; another length, or effective bits out of range, fails with 1040. The
+ * material blob must hold at least that many bytes behind a data pointer (1046). `key` is the
+ * caller's buffer, 4-byte aligned (1040 otherwise), Length its capacity (1011 when shorter than
+ * the record; CSP_KEY_RECORD_MAX always suffices); on success Length becomes the size of the
+ * record. keyUsage and keyAttributes are recorded, not enforced. `context` is optional as for
+ * the digest family. Also 1027 (no handle), 1026 (class), 1023 (algorithm), 1029 (null blob),
+ * 10304 (no key length).
+ * CSP_FreeKey wipes Length bytes of a key record and sets its Length to 0 (1029 for a null
+ * blob). */
 VC_API int32_t CSP_GenerateKey(uint32_t moduleHandle, CspContextHandle handle,
                                const CspContextRecord *context, uint32_t keyUsage,
                                uint32_t keyAttributes, const DataBlob *keyMaterial, DataBlob *key);
@@ -141,17 +149,32 @@ VC_API int32_t CSP_FreeKey(uint32_t moduleHandle, DataBlob *key);
 
 /* ---- Encryption and decryption (class CSP_CLASS_SYMMETRIC) ----
  *
- * Attributes: CSP_ATTR_KEY (required), CSP_ATTR_MODE (required except for RC4),
- * CSP_ATTR_INIT_VECTOR (required in CBC, CFB and OFB; at least one block), CSP_ATTR_PADDING
- * (default PKCS #7 in ECB and CBC, none in CFB, OFB and RC4). CFB and OFB feed back a whole
- * block. The key record must stay in place until Final.
- * Update works through the input blobs in order and writes whole blocks to the output blobs,
- * keeping an incomplete block (and, when decrypting with padding, the last block) in the record;
- * *bytesProcessed receives the count written. An output blob's Length is its capacity.
- * Final writes what is left into `remaining`: encryption adds the padding, decryption checks and
- * removes it. A `remaining` blob with Length 0 and a null pointer receives a buffer of one block
- * (free()); a non-empty one shorter than a block fails with 1011. The one-shot forms run Init,
- * Update and Final. */
+ * Attributes: CSP_ATTR_KEY (required: a key record of the context's algorithm, else 1040),
+ * CSP_ATTR_MODE (required except for RC4, which ignores it; ECB, CBC, CFB or OFB, else 1041),
+ * CSP_ATTR_INIT_VECTOR (required in CBC, CFB and OFB; its first 8 bytes are used, a shorter or
+ * empty one fails with 1042), CSP_ATTR_PADDING (default PKCS #7 in ECB and CBC, none in CFB, OFB
+ * and RC4; PKCS #5 and #7 pad to the 8-byte block in every mode, RC4 included; other values
+ * 1043). A missing required attribute fails with 10304. CFB and OFB feed back a whole block (the
+ * 64-bit CFB and OFB of OpenSSL's des-cfb and des-ofb). The key record must stay in place until
+ * Final; RC4 runs on a copy of its state, so one record serves any number of messages. Init on
+ * a record with an unfinished operation drops that operation.
+ * Update works through the input blobs in order (in pieces of at most 1,000 bytes) and writes
+ * to the output blobs, which it fills in order as one buffer (a block may straddle two blobs);
+ * an output blob's Length is its capacity and is left unchanged. Padded modes, ECB and CBC
+ * write whole blocks only, keeping an incomplete block (and, when decrypting with padding, the
+ * last block) in the record; CFB, OFB and RC4 without padding write every byte at once.
+ * *bytesProcessed (may be null) receives the count written. Everything is checked before
+ * anything is written: 1096 without Init (or after Final, or in the other direction), 1029 and
+ * 1030 for null arrays and zero counts, 1046 for a blob with a null data pointer, 1011 when the
+ * output blobs together are too short.
+ * Final writes what is left into `remaining` and ends the operation: encryption adds the
+ * padding, decryption checks and removes it. A `remaining` blob with Length 0 and a null pointer
+ * receives a buffer of one block (free()); a non-empty one shorter than a block fails with 1011
+ * (the operation continues then). Unpadded ECB or CBC data that is not whole blocks fails with
+ * 1044, as does padded cipher text that is not whole blocks; a last block whose padding is not
+ * n bytes of value n (1 to 8) fails with 1047; both end the operation and leave `remaining` as
+ * it was. The one-shot forms run Init, Update and Final (*bytesProcessed counts the Update part,
+ * `remaining` holds the rest); a failure ends the operation. */
 VC_API int32_t CSP_EncryptDataInit(uint32_t moduleHandle, CspContextHandle handle,
                                    const CspContextRecord *context);
 VC_API int32_t CSP_EncryptDataUpdate(uint32_t moduleHandle, CspContextHandle handle,
@@ -175,12 +198,16 @@ VC_API int32_t CSP_DecryptData(uint32_t moduleHandle, CspContextHandle handle,
 
 /* ---- MACs (class CSP_CLASS_MAC) ----
  *
- * Attribute CSP_ATTR_KEY (required). Algorithms: 14 DES and 18 two-key triple DES CBC-MAC
+ * Attribute CSP_ATTR_KEY (required, 10304). Algorithms: 14 DES and 18 two-key triple DES CBC-MAC
  * (ISO/IEC 9797-1 MAC algorithm 1: zero IV, zero padding to a whole block, an empty message
- * being one zero block; 8 bytes), 7 HMAC-MD5 under the key record's key bytes (16 bytes).
+ * being one zero block; 8 bytes) under a key record of that algorithm (1040 otherwise), 7
+ * HMAC-MD5 under the raw key bytes of any cipher's key record (16 bytes); other algorithms 1023.
+ * Update: 1096 without Init, 1029/1030 for a null array or zero count, 1046 for a null data
+ * pointer (checked before any blob is taken).
  * GenerateMacFinal: a `mac` blob with Length 0 and a null pointer receives a buffer (free());
  * a shorter one fails with 1011. VerifyMacFinal returns 0 when `mac` equals the MAC (same length
- * and bytes), otherwise -1 with reason 1105. */
+ * and bytes, compared in constant time), otherwise -1 with reason 1105. Both Finals end the
+ * operation; the one-shot forms run Init, Update and Final. */
 VC_API int32_t CSP_GenerateMacInit(uint32_t moduleHandle, CspContextHandle handle,
                                    const CspContextRecord *context);
 VC_API int32_t CSP_GenerateMacUpdate(uint32_t moduleHandle, CspContextHandle handle,
@@ -200,8 +227,9 @@ VC_API int32_t CSP_VerifyMac(uint32_t moduleHandle, CspContextHandle handle,
 
 /* ---- Random numbers (class CSP_CLASS_RANDOM) ----
  *
- * Attribute CSP_ATTR_OUTPUT_SIZE (required). Algorithms 46 and 48. `random` must have a Length
- * of at least the output size (1046 otherwise) and a buffer; its Length becomes the size. */
+ * Attribute CSP_ATTR_OUTPUT_SIZE (required, 10304). Algorithms 46 and 48 (others 1023).
+ * `random` (1029 when null) must have a Length of at least the output size and a buffer (1046
+ * otherwise); its Length becomes the size. */
 VC_API int32_t CSP_GenerateRandom(uint32_t moduleHandle, CspContextHandle handle,
                                   const CspContextRecord *context, DataBlob *random);
 
@@ -210,8 +238,15 @@ VC_API int32_t CSP_GenerateRandom(uint32_t moduleHandle, CspContextHandle handle
  * CSP_QuerySize: for each entry, the output size that an input of inputSize bytes gives in the
  * context's state: for a symmetric context the bytes that Update followed by Final may write
  * (encrypt non-zero) or the most that decryption may write; for a digest or MAC context the
- * digest or MAC length. CSP_QuerySizeInBits: the logical and effective sizes in bits of a key
- * record. */
+ * digest or MAC length. Without an operation in progress the symmetric sizes come from the
+ * context's algorithm, mode and padding; unpadded ECB/CBC encryption reports whole blocks
+ * rounded up. `context` is optional as for the digest family. Reasons: 1027, 1029 (null
+ * array), 1030 (zero count), 1026 (a class other than symmetric, digest or MAC), 1023, 1041,
+ * 1043.
+ * CSP_QuerySizeInBits: the logical and effective sizes in bits of a key record: `key`, or when
+ * null the CSP_ATTR_KEY of `context` (or of the handle's record). DES 64/56, two-key triple DES
+ * 128/112, RC2 8 times the key length / its effective bits, the others 8 times the key length
+ * for both. Reasons: 1029 (no size record, no key and no context), 10304, 1040. */
 typedef struct CspQuerySizeData {
     uint32_t inputSize;
     uint32_t outputSize;

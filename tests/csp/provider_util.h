@@ -28,6 +28,10 @@ struct Context {
     CspContextRecord record{};
     std::vector<CspAttribute> attributes;
     Context(uint32_t cls, uint32_t algorithm);
+    // Copies keep their own attribute array.
+    Context(const Context &o) : record(o.record), attributes(o.attributes) {
+        record.attributes = attributes.data();
+    }
     Context &add(uint32_t type, uint32_t value);
     Context &add(uint32_t type, DataBlob *blob);
     CspContextRecord *operator&() { return &record; }

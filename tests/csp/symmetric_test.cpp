@@ -129,6 +129,15 @@ Bytes expected(const Cipher &c, const CipherSetup &s, const Bytes &plain) {
     return openssl(name, s, in);
 }
 
+// CSP_QuerySize on a fresh context of the setup.
+uint32_t querySize(const CipherSetup &s, bool encrypt, size_t input) {
+    vcp::CipherContext c(s);
+    CspContextRecord h{};
+    CspQuerySizeData q{uint32_t(input), 0};
+    EXPECT_EQ(CSP_QuerySize(0, &h, &c.context, encrypt, 1, &q), 0);
+    return q.outputSize;
+}
+
 size_t randomLength(vctest::Rng &rng) {
     static const size_t edges[] = {0, 1, 7, 8, 9, 999, 1000, 1001, 1007, 1008, 2000};
     return rng.below(3) == 0 ? edges[rng.below(std::size(edges))] : rng.below(3000);
@@ -155,6 +164,8 @@ TEST(ProviderCipher, EveryAlgorithmAndModeAgainstOracles) {
                 EXPECT_EQ(vcp::staged(s, true, plain, pieces, {3, 13, 1000, 9}), want);
                 EXPECT_EQ(vcp::staged(s, false, want, vcp::randomPieces(rng, want.size())), plain);
                 EXPECT_EQ(vcp::oneShot(s, false, want), plain);
+                EXPECT_EQ(querySize(s, true, plain.size()), want.size());
+                EXPECT_GE(querySize(s, false, want.size()), plain.size());
             }
         }
 }
@@ -168,6 +179,143 @@ TEST(ProviderCipher, UnpaddedWholeBlocks) {
         const Bytes want = openssl(std::string("DES-") + modeSuffix(mode), s, plain);
         EXPECT_EQ(vcp::staged(s, true, plain, vcp::randomPieces(rng, plain.size())), want) << mode;
         EXPECT_EQ(vcp::staged(s, false, want, vcp::randomPieces(rng, want.size())), plain) << mode;
+    }
+}
+
+// Init refusals: class, algorithm, attributes, key records.
+TEST(ProviderCipher, InitReasonCodes) {
+    vcp::Key des, bf, damaged;
+    ASSERT_EQ(vcp::makeKey(des, CSP_ALG_DES, Bytes(8, 1)), 0);
+    ASSERT_EQ(vcp::makeKey(bf, CSP_ALG_BLOWFISH, Bytes(8, 1)), 0);
+    ASSERT_EQ(vcp::makeKey(damaged, CSP_ALG_DES, Bytes(8, 1)), 0);
+    damaged.blob.Data[0] ^= 1;
+    Bytes ivBytes(8, 0);
+    DataBlob iv{8, ivBytes.data()}, shortIv{7, ivBytes.data()}, noIv{8, nullptr};
+    struct Case {
+        uint32_t cls, algorithm;
+        DataBlob *key;
+        int64_t mode, padding;
+        DataBlob *iv;
+        uint32_t reason;
+    } cases[] = {
+        {CSP_CLASS_DIGEST, CSP_ALG_DES, &des.blob, CSP_MODE_ECB, -1, nullptr, CSP_ERR_CLASS},
+        {CSP_CLASS_SYMMETRIC, 15, &des.blob, CSP_MODE_ECB, -1, nullptr, CSP_ERR_ALGORITHM},
+        {CSP_CLASS_SYMMETRIC, CSP_ALG_DES, nullptr, CSP_MODE_ECB, -1, nullptr, CSP_ERR_MISSING_ATTRIBUTE},
+        {CSP_CLASS_SYMMETRIC, CSP_ALG_DES, &bf.blob, CSP_MODE_ECB, -1, nullptr, CSP_ERR_INVALID_KEY},
+        {CSP_CLASS_SYMMETRIC, CSP_ALG_DES, &damaged.blob, CSP_MODE_ECB, -1, nullptr, CSP_ERR_INVALID_KEY},
+        {CSP_CLASS_SYMMETRIC, CSP_ALG_DES, &des.blob, -1, -1, nullptr, CSP_ERR_MISSING_ATTRIBUTE},
+        {CSP_CLASS_SYMMETRIC, CSP_ALG_DES, &des.blob, 3, -1, nullptr, CSP_ERR_MODE},
+        {CSP_CLASS_SYMMETRIC, CSP_ALG_DES, &des.blob, CSP_MODE_CBC, -1, nullptr, CSP_ERR_MISSING_ATTRIBUTE},
+        {CSP_CLASS_SYMMETRIC, CSP_ALG_DES, &des.blob, CSP_MODE_CFB, -1, &shortIv, CSP_ERR_IV},
+        {CSP_CLASS_SYMMETRIC, CSP_ALG_DES, &des.blob, CSP_MODE_OFB, -1, &noIv, CSP_ERR_IV},
+        {CSP_CLASS_SYMMETRIC, CSP_ALG_DES, &des.blob, CSP_MODE_ECB, 1, nullptr, CSP_ERR_PADDING},
+        {CSP_CLASS_SYMMETRIC, CSP_ALG_DES, &des.blob, CSP_MODE_CBC, 8, &iv, CSP_ERR_PADDING},
+    };
+    for (const Case &c : cases) {
+        vcp::Context ctx(c.cls, c.algorithm);
+        if (c.key) ctx.add(CSP_ATTR_KEY, c.key);
+        if (c.mode >= 0) ctx.add(CSP_ATTR_MODE, uint32_t(c.mode));
+        if (c.padding >= 0) ctx.add(CSP_ATTR_PADDING, uint32_t(c.padding));
+        if (c.iv) ctx.add(CSP_ATTR_INIT_VECTOR, c.iv);
+        SCOPED_TRACE(testing::Message() << "reason " << c.reason << " mode " << c.mode);
+        CspContextRecord h{};
+        EXPECT_REASON(CSP_EncryptDataInit(0, &h, &ctx), c.reason);
+        EXPECT_REASON(CSP_DecryptDataInit(0, &h, &ctx), c.reason);
+        EXPECT_REASON(CSP_EncryptDataUpdate(0, &h, &iv, 1, &iv, 1, nullptr), CSP_ERR_STATE);
+    }
+    EXPECT_REASON(CSP_EncryptDataInit(0, nullptr, nullptr), CSP_ERR_NO_CONTEXT);
+}
+
+// Update and Final refusals on a DES-ECB context with padding.
+TEST(ProviderCipher, StagedReasonCodes) {
+    CipherSetup s{CSP_ALG_DES, CSP_MODE_ECB, Bytes(8, 5), {}};
+    vcp::CipherContext c(s);
+    Bytes in(16, 1), out(32), small(4);
+    DataBlob input{16, in.data()}, output{32, out.data()}, nullIn{16, nullptr}, nullOut{32, nullptr},
+        shortOut{15, out.data()}, tooSmall{4, small.data()}, absent{8, nullptr};
+    uint32_t written = 0;
+    CspContextRecord h{};
+    EXPECT_REASON(CSP_EncryptDataUpdate(0, &h, &input, 1, &output, 1, &written), CSP_ERR_STATE);
+    EXPECT_REASON(CSP_EncryptDataFinal(0, &h, &output), CSP_ERR_STATE);
+    ASSERT_EQ(CSP_EncryptDataInit(0, &h, &c.context), 0);
+    EXPECT_REASON(CSP_DecryptDataUpdate(0, &h, &input, 1, &output, 1, &written), CSP_ERR_STATE);
+    EXPECT_REASON(CSP_EncryptDataUpdate(0, nullptr, &input, 1, &output, 1, &written), CSP_ERR_NO_CONTEXT);
+    EXPECT_REASON(CSP_EncryptDataUpdate(0, &h, nullptr, 1, &output, 1, &written), CSP_ERR_NULL_BLOB);
+    EXPECT_REASON(CSP_EncryptDataUpdate(0, &h, &input, 0, &output, 1, &written), CSP_ERR_BLOB_COUNT);
+    EXPECT_REASON(CSP_EncryptDataUpdate(0, &h, &input, 1, nullptr, 1, &written), CSP_ERR_NULL_BLOB);
+    EXPECT_REASON(CSP_EncryptDataUpdate(0, &h, &input, 1, &output, 0, &written), CSP_ERR_BLOB_COUNT);
+    EXPECT_REASON(CSP_EncryptDataUpdate(0, &h, &nullIn, 1, &output, 1, &written), CSP_ERR_NULL_DATA);
+    EXPECT_REASON(CSP_EncryptDataUpdate(0, &h, &input, 1, &nullOut, 1, &written), CSP_ERR_NULL_DATA);
+    EXPECT_REASON(CSP_EncryptDataUpdate(0, &h, &input, 1, &shortOut, 1, &written), CSP_ERR_OUTPUT_SHORT);
+    // The refused calls changed nothing: the operation still matches OpenSSL.
+    ASSERT_EQ(CSP_EncryptDataUpdate(0, &h, &input, 1, &output, 1, &written), 0);
+    EXPECT_EQ(written, 16u);
+    EXPECT_REASON(CSP_EncryptDataFinal(0, &h, nullptr), CSP_ERR_NULL_BLOB);
+    EXPECT_REASON(CSP_EncryptDataFinal(0, &h, &tooSmall), CSP_ERR_OUTPUT_SHORT);
+    EXPECT_REASON(CSP_EncryptDataFinal(0, &h, &absent), CSP_ERR_NULL_DATA);
+    DataBlob last{8, out.data() + 16};
+    ASSERT_EQ(CSP_EncryptDataFinal(0, &h, &last), 0);
+    EXPECT_EQ(Bytes(out.begin(), out.begin() + 24), openssl("DES-ECB", s, pkcs7(in)));
+    EXPECT_REASON(CSP_EncryptDataUpdate(0, &h, &input, 1, &output, 1, &written), CSP_ERR_STATE);
+    EXPECT_REASON(CSP_EncryptDataFinal(0, &h, &last), CSP_ERR_STATE);
+}
+
+// Unpadded data that is not whole blocks, and malformed padding on decryption.
+TEST(ProviderCipher, LengthAndPaddingFailures) {
+    CipherSetup raw{CSP_ALG_DES, CSP_MODE_CBC, Bytes(8, 9), Bytes(8, 4), CSP_PADDING_NONE};
+    vcp::CipherContext none(raw);
+    Bytes buf(64);
+    // Init, Update and Final; returns Final's reason (0 on success). The failed Final has
+    // ended the operation.
+    auto run = [&](bool encrypt, vcp::CipherContext &c, const Bytes &data, DataBlob *last) {
+        CspContextRecord h{};
+        EXPECT_EQ((encrypt ? CSP_EncryptDataInit : CSP_DecryptDataInit)(0, &h, &c.context), 0);
+        DataBlob in{uint32_t(data.size()), buf.data() + 32}, out{32, buf.data()};
+        std::copy(data.begin(), data.end(), buf.begin() + 32);
+        uint32_t written;
+        EXPECT_EQ((encrypt ? CSP_EncryptDataUpdate : CSP_DecryptDataUpdate)(0, &h, &in, 1, &out, 1, &written), 0);
+        const uint32_t r = (encrypt ? CSP_EncryptDataFinal : CSP_DecryptDataFinal)(0, &h, last) ? GetError() : 0;
+        EXPECT_REASON((encrypt ? CSP_EncryptDataFinal : CSP_DecryptDataFinal)(0, &h, last), CSP_ERR_STATE);
+        return r;
+    };
+    uint8_t tail[8];
+    DataBlob last{8, tail};
+    EXPECT_EQ(run(true, none, Bytes(13, 1), &last), uint32_t(CSP_ERR_INPUT_LENGTH));
+    EXPECT_EQ(run(false, none, Bytes(13, 1), &last), uint32_t(CSP_ERR_INPUT_LENGTH));
+    CipherSetup padded = raw;
+    padded.padding = CSP_PADDING_PKCS7;
+    vcp::CipherContext pkcs(padded);
+    EXPECT_EQ(run(false, pkcs, Bytes(12, 1), &last), uint32_t(CSP_ERR_INPUT_LENGTH));
+    EXPECT_EQ(run(false, pkcs, Bytes{}, &last), uint32_t(CSP_ERR_INPUT_LENGTH));
+    // Plain last blocks with malformed padding, enciphered without padding by OpenSSL.
+    const char *badBlocks[] = {"0102030405060700", "0102030405060709", "01020304050606ff",
+                               "0808080808080708", "0102030405040303"};
+    for (const char *hex : badBlocks) {
+        Bytes plain = vctest::fromHex("00112233445566770011223344556677");
+        const Bytes block = vctest::fromHex(hex);
+        plain.insert(plain.end(), block.begin(), block.end());
+        DataBlob fresh{0, nullptr};
+        EXPECT_EQ(run(false, pkcs, openssl("DES-CBC", raw, plain), &fresh), uint32_t(CSP_ERR_BAD_PADDING)) << hex;
+        EXPECT_EQ(fresh.Data, nullptr) << "the blob given for the result stays empty";
+    }
+}
+
+// RC4 runs on a copy of the key record's state: one record serves many messages.
+TEST(ProviderCipher, Rc4KeyRecordReused) {
+    CipherSetup s{CSP_ALG_RC4, 0, Bytes(16, 0x42), {}};
+    vcp::CipherContext c(s);
+    const Bytes plain = vctest::Rng(13).bytes(100);
+    const Bytes want = openssl("RC4", s, plain);
+    for (int i = 0; i < 2; ++i) {
+        CspContextRecord h{};
+        DataBlob in{100, const_cast<uint8_t *>(plain.data())};
+        Bytes out(100);
+        DataBlob o{100, out.data()}, last{0, nullptr};
+        uint32_t written = 0;
+        ASSERT_EQ(CSP_EncryptData(0, &h, &c.context, &in, 1, &o, 1, &written, &last), 0);
+        EXPECT_EQ(out, want);
+        EXPECT_EQ(last.Length, 0u);
+        std::free(last.Data);
     }
 }
 
