@@ -14,6 +14,9 @@ namespace {
 
 using vc::frame::AllocBytes;
 
+// DES and SEED read key and IV bytes without looking at the record's lengths.
+bool hasKeyAndIv(const SymKeyRecord *key) { return key->key != nullptr && key->iv != nullptr; }
+
 bool acceptable(const LibContext *ctx, const DataBlob *input) {
     return ctx->state != nullptr && input != nullptr && input->Data != nullptr &&
            input->Length != 0 && input->Length % 8 == 0;
@@ -47,8 +50,9 @@ uint32_t store(LibContext *ctx, int32_t code) {
     return uint32_t(code);
 }
 
-void clear(DataBlob *output) {
+uint32_t fail(LibContext *ctx, DataBlob *output, int32_t code) {
     if (output != nullptr) *output = DataBlob{0, nullptr};
+    return store(ctx, code);
 }
 
 }  // namespace
@@ -58,18 +62,13 @@ extern "C" {
 uint32_t V_KeyEncryption(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
                          DataBlob *output) {
     if (ctx == nullptr) return uint32_t(-1);
-    if (!acceptable(ctx, input) || key == nullptr) {
-        clear(output);
-        return store(ctx, VC_ERR_NOT_READY);
-    }
+    if (!acceptable(ctx, input) || key == nullptr) return fail(ctx, output, VC_ERR_NOT_READY);
     switch (key->algorithm) {
     case V_SYM_DES:
     case V_SYM_SEED: {
+        if (!hasKeyAndIv(key)) break;
         uint8_t *out = engineCbc(ctx, key, input, 32, true);
-        if (out == nullptr) {
-            clear(output);
-            return store(ctx, VC_ERR_ALLOC);
-        }
+        if (out == nullptr) return fail(ctx, output, VC_ERR_ALLOC);
         *output = DataBlob{input->Length, out};
         return store(ctx, VC_OK);
     }
@@ -80,24 +79,21 @@ uint32_t V_KeyEncryption(LibContext *ctx, const SymKeyRecord *key, const DataBlo
         if (V_Encryption(ctx, key, input, output) != VC_OK) return VC_ERR_ENCRYPTION;
         output->Length = input->Length;
         return store(ctx, VC_OK);
-    default:
-        clear(output);
-        return store(ctx, VC_ERR_ENCRYPTION);
+    default: break;
     }
+    return fail(ctx, output, VC_ERR_ENCRYPTION);
 }
 
 uint32_t V_KeyDecryption(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
                          DataBlob *output) {
     if (ctx == nullptr) return uint32_t(-1);
     ctx->error = VC_OK;
-    if (!acceptable(ctx, input) || key == nullptr) {
-        clear(output);
-        return store(ctx, VC_ERR_NOT_READY);
-    }
+    if (!acceptable(ctx, input) || key == nullptr) return fail(ctx, output, VC_ERR_NOT_READY);
     uint8_t *out = nullptr;
     switch (key->algorithm) {
     case V_SYM_DES:
     case V_SYM_SEED:
+        if (!hasKeyAndIv(key)) return fail(ctx, output, VC_ERR_DECRYPTION);
         out = engineCbc(ctx, key, input, 16, false);
         break;
     case V_SYM_DES3:
@@ -105,21 +101,15 @@ uint32_t V_KeyDecryption(LibContext *ctx, const SymKeyRecord *key, const DataBlo
         std::memcpy(out, input->Data, input->Length);
         if (!vc::frame::PrivateCbc(key, key->iv, false, out, input->Length)) {
             V_free(ctx, out);
-            clear(output);
-            return store(ctx, VC_ERR_DECRYPTION);
+            return fail(ctx, output, VC_ERR_DECRYPTION);
         }
         break;
     case V_SYM_GPKI:
         // Reported like the encrypting side; the context keeps what V_Decryption stored.
         return V_Decryption(ctx, key, input, output) == VC_OK ? VC_OK : VC_ERR_ENCRYPTION;
-    default:
-        clear(output);
-        return store(ctx, VC_ERR_DECRYPTION);
+    default: return fail(ctx, output, VC_ERR_DECRYPTION);
     }
-    if (out == nullptr) {
-        clear(output);
-        return store(ctx, VC_ERR_ALLOC);
-    }
+    if (out == nullptr) return fail(ctx, output, VC_ERR_ALLOC);
     *output = DataBlob{input->Length, out};
     return store(ctx, VC_OK);
 }

@@ -109,6 +109,9 @@ int32_t seedCbc(LibContext *ctx, const CipherRequest &r, const DataBlob *input, 
                 Direction d) {
     constexpr uint32_t kSeedBlock = 16;
     if (!r.seedInAnyMode && r.mode != V_MODE_CBC) return VC_ERR_MODE;
+    // Missing key or IV bytes fail where the provider path would refuse them.
+    if (r.key == nullptr) return VC_ERR_KEY_IMPORT;
+    if (r.iv == nullptr) return d == Direction::Encrypt ? VC_ERR_ENC_INIT : VC_ERR_DEC_INIT;
     const uint32_t length = input->Length;
     uint8_t *out = nullptr;
     if (d == Direction::Encrypt && (out = AllocBytes(ctx, length, 32)) == nullptr) return VC_ERR_ALLOC;
@@ -151,8 +154,8 @@ int32_t seedCbc(LibContext *ctx, const CipherRequest &r, const DataBlob *input, 
 // The temporaries of one provider run, in the order they are made.
 struct ProviderRun {
     ContextHolder *cipher = nullptr, *keygen = nullptr;
-    uint8_t *in = nullptr, *updateOut = nullptr, *closing = nullptr, *keyRecord = nullptr,
-            *iv = nullptr;
+    uint8_t *in = nullptr, *updateOut = nullptr, *closing = nullptr, *iv = nullptr;
+    DataBlob key{0, nullptr};  // the provider key record, once made
     bool keyMade = false;
 
     bool allocate(LibContext *ctx, uint32_t length) {
@@ -161,17 +164,14 @@ struct ProviderRun {
                (in = AllocBytes(ctx, length, 30)) != nullptr &&
                (updateOut = AllocBytes(ctx, length, 1000)) != nullptr &&
                (closing = AllocBytes(ctx, length, 1000)) != nullptr &&
-               (keyRecord = AllocBytes(ctx, CSP_KEY_RECORD_MAX, 0)) != nullptr &&
+               (key.Data = AllocBytes(ctx, CSP_KEY_RECORD_MAX, 0)) != nullptr &&
                (iv = AllocBytes(ctx, 16, 0)) != nullptr;
     }
     void release(LibContext *ctx) {
-        if (keyMade) {
-            DataBlob key{CSP_KEY_RECORD_MAX, keyRecord};
-            CSP_FreeKey(CSP_MODULE_HANDLE, &key);
-        }
+        if (keyMade) CSP_FreeKey(CSP_MODULE_HANDLE, &key);  // wipes the key schedule
         FreeContextHolder(ctx, cipher);
         FreeContextHolder(ctx, keygen);
-        for (uint8_t *p : {in, updateOut, closing, keyRecord, iv}) V_free(ctx, p);
+        for (uint8_t *p : {in, updateOut, closing, key.Data, iv}) V_free(ctx, p);
     }
 };
 
@@ -200,8 +200,7 @@ int32_t runProvider(LibContext *ctx, ProviderRun &run, const CipherRequest &r,
     if (length < kBlock) length = pad(run.in, length, kBlock);
 
     const CipherRow *row = FindCipherRow(r.algorithm);
-    DataBlob keyRecord{0, run.keyRecord};
-    if (ImportProviderKey(run.keygen, row, r.key, &keyRecord) != 0) return VC_ERR_KEY_IMPORT;
+    if (ImportProviderKey(run.keygen, row, r.key, &run.key) != 0) return VC_ERR_KEY_IMPORT;
     run.keyMade = true;
     if (r.mode >= std::size(kCdsaMode)) return VC_ERR_MODE;
 
@@ -210,7 +209,7 @@ int32_t runProvider(LibContext *ctx, ProviderRun &run, const CipherRequest &r,
     if (iv.Length != 0) std::memcpy(run.iv, r.iv, iv.Length);
     CspContextRecord *cipher = run.cipher->record;
     cipher->algorithm = row->providerAlgorithm;
-    AddBlobAttribute(run.cipher, CSP_ATTR_KEY, &keyRecord);
+    AddBlobAttribute(run.cipher, CSP_ATTR_KEY, &run.key);
     AddUint32Attribute(run.cipher, CSP_ATTR_MODE, kCdsaMode[r.mode]);
     AddBlobAttribute(run.cipher, CSP_ATTR_INIT_VECTOR, &iv);
 
