@@ -55,6 +55,20 @@ struct BlockCache {
 };
 thread_local BlockCache t_cache;
 
+// Adds to the two accounting words (live blocks, live bytes) with one 8-byte load and one
+// 8-byte store. V_free and V_calloc must access the pair the same way: a free followed by an
+// allocation otherwise stalls on a wide load that two narrow stores cannot forward.
+void account(LibContext *ctx, uint32_t blocks, uint32_t bytes) {
+    uint64_t words;
+    std::memcpy(&words, ctx->common, sizeof words);
+    uint32_t live[2];
+    std::memcpy(live, &words, sizeof live);
+    live[0] += blocks;
+    live[1] += bytes;
+    std::memcpy(&words, live, sizeof words);
+    std::memcpy(ctx->common, &words, sizeof words);
+}
+
 thread_local uint32_t t_failCallocCountdown = 0;
 thread_local bool t_failInit = false;
 
@@ -96,10 +110,7 @@ void *V_calloc(LibContext *ctx, uint32_t count, uint32_t size) {
     }
     std::memcpy(block, &bytes, sizeof bytes);
     std::memcpy(block + 8, &capacity, sizeof capacity);
-    if (ctx != nullptr) {
-        ctx->common[0] += 1;
-        ctx->common[1] += uint32_t(bytes);
-    }
+    if (ctx != nullptr) account(ctx, 1, uint32_t(bytes));
     return block + kHeader;
 }
 
@@ -108,10 +119,7 @@ void V_free(LibContext *ctx, void *pointer) {
     uint8_t *block = static_cast<uint8_t *>(pointer) - kHeader;
     uint64_t bytes;
     std::memcpy(&bytes, block, sizeof bytes);
-    if (ctx != nullptr) {
-        ctx->common[0] -= 1;
-        ctx->common[1] -= uint32_t(bytes);
-    }
+    if (ctx != nullptr) account(ctx, uint32_t(-1), uint32_t(0 - bytes));
     uint64_t capacity;
     std::memcpy(&capacity, block + 8, sizeof capacity);
     if (!t_cache.put(block, capacity)) std::free(block);
