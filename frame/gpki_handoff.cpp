@@ -15,11 +15,13 @@ namespace {
 // The GPKI module's identifier of its symmetric algorithm; this library passes it through.
 constexpr int32_t kGpkiSymmetricAlgorithm = 64;
 
-// The objects of one session, released together whatever the outcome.
+// The objects of one session. They are released together at the end, except after a failed
+// start or cipher step, where the session is abandoned as it stands (see GpkiSymmetric).
 struct Session {
     const GpkiFunctionTable *table;
     void *handle = nullptr;
     GpkiBinString *key = nullptr, *iv = nullptr, *in = nullptr, *out = nullptr;
+    bool abandoned = false;
 
     void release() {
         for (GpkiBinString **object : {&key, &iv, &out, &in})
@@ -46,10 +48,12 @@ int32_t runSession(LibContext *ctx, Session &s, const SymKeyRecord *key, const D
         (r = t->setBinString(key->iv, key->ivLength, &s.iv)) != 0 ||
         (r = t->setBinString(input->Data, input->Length, &s.in)) != 0)
         return failStep(ctx, s, r);
-    if ((r = t->symStart(s.handle, kGpkiSymmetricAlgorithm, s.key, s.iv)) != 0)
+    if ((r = t->symStart(s.handle, kGpkiSymmetricAlgorithm, s.key, s.iv)) == 0)
+        r = encrypt ? t->encrypt(s.handle, s.in, s.out) : t->decrypt(s.handle, s.in, s.out);
+    if (r != 0) {
+        s.abandoned = true;
         return failStep(ctx, s, r);
-    r = encrypt ? t->encrypt(s.handle, s.in, s.out) : t->decrypt(s.handle, s.in, s.out);
-    if (r != 0) return failStep(ctx, s, r);
+    }
 
     auto *result = static_cast<uint8_t *>(V_calloc(ctx, 1, s.out->length));
     if (result == nullptr) return VC_ERR_ALLOC;
@@ -64,11 +68,13 @@ int32_t GpkiSymmetric(LibContext *ctx, const SymKeyRecord *key, const DataBlob *
                       DataBlob *output, bool encrypt) {
     const GpkiFunctionTable *table = V_GetGPKIFunc(ctx);
     if (table->present == nullptr) return VC_ERR_GPKI_ABSENT;
-    // The error text is taken before the session is released, so closing the handle on the
-    // failure paths costs the caller nothing and keeps the module from leaking sessions.
+    // When the start or the cipher step fails, the call returns at once and leaves the handle
+    // and its objects with the module, so that a GPKI module sees the same calls as from the
+    // earlier generation of this library: slots 5 and 2 come only on success or when the
+    // session could not be set up.
     Session session{table};
     int32_t code = runSession(ctx, session, key, input, output, encrypt);
-    session.release();
+    if (!session.abandoned) session.release();
     return code;
 }
 

@@ -1,6 +1,8 @@
 #include "fake_gpki.h"
 
 #include <cstdio>
+#include <map>
+#include <memory>
 
 #include "cipher_oracle.h"
 
@@ -13,11 +15,25 @@ struct Handle {
     std::vector<uint8_t> key, iv;
 };
 
+// The module owns what it hands out, so that sessions a caller abandons are reclaimed.
+struct Object {
+    std::unique_ptr<GpkiBinString> s;
+    std::vector<uint8_t> bytes;
+};
+std::map<GpkiBinString *, Object> objects;
+std::map<void *, std::unique_ptr<Handle>> handles;
+
 void assign(GpkiBinString *object, const uint8_t *data, size_t length) {
-    delete[] object->data;
-    object->data = new uint8_t[length + 1];
-    std::copy(data, data + length, object->data);
-    object->length = uint32_t(length);
+    std::vector<uint8_t> &bytes = objects.at(object).bytes;
+    bytes.assign(data, data + length);
+    bytes.reserve(length + 1);
+    *object = GpkiBinString{uint32_t(length), bytes.data()};
+}
+
+void reset() {
+    g = Module{};
+    objects.clear();
+    handles.clear();
 }
 
 int32_t cipher(int slot, void *handle, GpkiBinString *in, GpkiBinString *out) {
@@ -36,19 +52,21 @@ int32_t cipher(int slot, void *handle, GpkiBinString *in, GpkiBinString *out) {
 
 Module &Install() {
     static int marker;
-    g = Module{};
+    reset();
     GpkiFunctionTable t{};
     t.present = &marker;
     t.open = [](void **h, char *work) {
         g.slots.push_back(1);
         g.workString = work;
-        *h = new Handle;
+        auto handle = std::make_unique<Handle>();
+        *h = handle.get();
+        handles[*h] = std::move(handle);
         ++g.liveHandles;
         return int32_t(0);
     };
     t.close = [](void **h) {
         g.slots.push_back(2);
-        delete static_cast<Handle *>(*h);
+        handles.erase(*h);
         --g.liveHandles;
         return int32_t(0);
     };
@@ -60,14 +78,15 @@ Module &Install() {
     };
     t.newBinString = [](GpkiBinString **o) {
         g.slots.push_back(4);
-        *o = new GpkiBinString{0, nullptr};
+        auto object = std::make_unique<GpkiBinString>(GpkiBinString{0, nullptr});
+        *o = object.get();
+        objects[*o] = Object{std::move(object), {}};
         ++g.liveObjects;
         return int32_t(0);
     };
     t.deleteBinString = [](GpkiBinString **o) {
         g.slots.push_back(5);
-        delete[] (*o)->data;
-        delete *o;
+        objects.erase(*o);
         --g.liveObjects;
         return int32_t(0);
     };
@@ -91,6 +110,9 @@ Module &Install() {
     return g;
 }
 
-void Uninstall() { V_SetGPKIFuncTable(nullptr); }
+void Uninstall() {
+    V_SetGPKIFuncTable(nullptr);
+    reset();
+}
 
 }  // namespace fakegpki

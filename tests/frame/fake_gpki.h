@@ -24,6 +24,7 @@ constexpr int kFailure = 4242;
 constexpr const char *kErrorText = "fake GPKI: step refused";
 
 // Registers the module with fresh records and returns it; Uninstall restores the empty table.
+// Both reclaim the handles and objects that callers left open.
 Module &Install();
 void Uninstall();
 
