@@ -9,7 +9,7 @@
 #include <functional>
 #include <memory>
 
-#include "support/test_util.h"
+#include "support/oracles.h"
 
 namespace ctest {
 
@@ -43,8 +43,11 @@ struct Cipher {
 const std::vector<Cipher> &ciphers();  // defined in cipher_test.cpp
 const Cipher &cipher(const char *name);
 
-Bytes evp(const char *name, bool encrypt, const Bytes &key, const Bytes &iv, const Bytes &in,
-          int rc2Bits = 0);
+// The oracles without padding; rc2Bits > 0 sets RC2's effective key bits.
+inline Bytes evp(const char *name, bool encrypt, const Bytes &key, const Bytes &iv, const Bytes &in,
+                 int rc2Bits = 0) {
+    return vctest::evp(name, encrypt, key, iv, in, false, rc2Bits);
+}
 Bytes gcrypt(int algo, Mode mode, bool encrypt, const Bytes &key, const Bytes &iv,
              const Bytes &in);
 

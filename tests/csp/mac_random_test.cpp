@@ -1,36 +1,11 @@
 // The provider's MACs against OpenSSL (CBC-MAC as the last block of zero-IV CBC over the
 // zero-padded message; HMAC-MD5), verification, random bytes, and their reason codes.
-#include <openssl/evp.h>
-#include <openssl/hmac.h>
-
 #include "provider_util.h"
+#include "support/oracles.h"
 
 namespace {
 
 using vcp::Bytes;
-
-Bytes opensslCbcMac(const char *name, const Bytes &key, Bytes m) {
-    if (m.empty() || m.size() % 8) m.resize((m.size() / 8 + 1) * 8, 0);
-    EXPECT_TRUE(vctest::loadOpenSslLegacy());
-    EVP_CIPHER *cipher = EVP_CIPHER_fetch(nullptr, name, nullptr);
-    EVP_CIPHER_CTX *ctx = EVP_CIPHER_CTX_new();
-    const uint8_t iv[8] = {};
-    Bytes out(m.size() + 8);
-    int n = 0;
-    EXPECT_EQ(EVP_EncryptInit_ex2(ctx, cipher, key.data(), iv, nullptr), 1);
-    EVP_CIPHER_CTX_set_padding(ctx, 0);
-    EXPECT_EQ(EVP_EncryptUpdate(ctx, out.data(), &n, m.data(), int(m.size())), 1);
-    EVP_CIPHER_CTX_free(ctx);
-    EVP_CIPHER_free(cipher);
-    return Bytes(out.begin() + n - 8, out.begin() + n);
-}
-
-Bytes opensslHmacMd5(const Bytes &key, const Bytes &m) {
-    uint8_t out[16];
-    unsigned n = 0;
-    HMAC(EVP_md5(), key.data(), int(key.size()), m.data(), m.size(), out, &n);
-    return Bytes(out, out + n);
-}
 
 // Generates in one Update per piece into a null blob, then verifies the result, a changed one
 // and a shortened one in one-shot calls over all pieces at once.
@@ -68,14 +43,14 @@ TEST(ProviderMac, AgainstOpenSsl) {
         const Bytes m = rng.bytes(length), des = rng.bytes(8), ede = rng.bytes(16);
         const auto pieces = vcp::randomPieces(rng, length);
         SCOPED_TRACE(length);
-        EXPECT_EQ(providerMac(CSP_ALG_DES, CSP_ALG_DES, des, m, pieces), opensslCbcMac("DES-CBC", des, m));
+        EXPECT_EQ(providerMac(CSP_ALG_DES, CSP_ALG_DES, des, m, pieces), vctest::cbcMac("DES-CBC", des, m));
         EXPECT_EQ(providerMac(CSP_ALG_3DES_2KEY, CSP_ALG_3DES_2KEY, ede, m, pieces),
-                  opensslCbcMac("DES-EDE-CBC", ede, m));
+                  vctest::cbcMac("DES-EDE-CBC", ede, m));
         // HMAC-MD5 under the raw bytes of any key record: the service's 8-byte RC2 key, and RC4
         // keys up to 256 bytes, those over 64 being hashed first.
         const Bytes rc2 = rng.bytes(8), rc4 = rng.bytes(1 + rng.below(256));
-        EXPECT_EQ(providerMac(CSP_ALG_MD5, CSP_ALG_RC2, rc2, m, pieces), opensslHmacMd5(rc2, m));
-        EXPECT_EQ(providerMac(CSP_ALG_MD5, CSP_ALG_RC4, rc4, m, pieces), opensslHmacMd5(rc4, m)) << rc4.size();
+        EXPECT_EQ(providerMac(CSP_ALG_MD5, CSP_ALG_RC2, rc2, m, pieces), vctest::hmacMd5(rc2, m));
+        EXPECT_EQ(providerMac(CSP_ALG_MD5, CSP_ALG_RC4, rc4, m, pieces), vctest::hmacMd5(rc4, m)) << rc4.size();
     }
 }
 

@@ -2,9 +2,8 @@
 // RC4), libgcrypt (IDEA) and a model over the RC5 block function, on random keys, IVs, lengths
 // and Update splits; then its reason codes.
 #include <gcrypt.h>
-#include <openssl/evp.h>
-
 #include "provider_util.h"
+#include "support/oracles.h"
 
 namespace {
 
@@ -25,49 +24,15 @@ const char *modeSuffix(uint32_t mode) {
 
 // OpenSSL's cipher `name` on `in` without padding (the caller pads).
 Bytes openssl(const std::string &name, const CipherSetup &s, const Bytes &in) {
-    EXPECT_TRUE(vctest::loadOpenSslLegacy());
-    EVP_CIPHER *cipher = EVP_CIPHER_fetch(nullptr, name.c_str(), nullptr);
-    EXPECT_NE(cipher, nullptr) << name;
-    if (cipher == nullptr) return {};
-    EVP_CIPHER_CTX *ctx = EVP_CIPHER_CTX_new();
-    Bytes out(in.size() + 16);
-    int n = 0, m = 0;
-    bool ok = EVP_EncryptInit_ex2(ctx, cipher, nullptr, nullptr, nullptr) == 1 &&
-              EVP_CIPHER_CTX_set_key_length(ctx, int(s.key.size())) == 1 &&
-              (s.algorithm != CSP_ALG_RC2 ||
-               EVP_CIPHER_CTX_ctrl(ctx, EVP_CTRL_SET_RC2_KEY_BITS,
-                                   int(s.effectiveBits ? s.effectiveBits : 8 * s.key.size()),
-                                   nullptr) == 1) &&
-              EVP_EncryptInit_ex2(ctx, nullptr, s.key.data(), s.iv.empty() ? nullptr : s.iv.data(),
-                                  nullptr) == 1 &&
-              EVP_CIPHER_CTX_set_padding(ctx, 0) == 1 &&
-              EVP_EncryptUpdate(ctx, out.data(), &n, in.data(), int(in.size())) == 1 &&
-              EVP_EncryptFinal_ex(ctx, out.data() + n, &m) == 1;
-    EXPECT_TRUE(ok) << name;
-    EVP_CIPHER_CTX_free(ctx);
-    EVP_CIPHER_free(cipher);
-    out.resize(ok ? size_t(n + m) : 0);
-    return out;
+    const int rc2Bits = int(s.effectiveBits ? s.effectiveBits : 8 * s.key.size());
+    return vctest::evp(name.c_str(), true, s.key, s.iv, in, false, rc2Bits);
 }
 
 Bytes gcryptIdea(const CipherSetup &s, const Bytes &in) {
-    static const bool ready = gcry_check_version(nullptr) &&
-                              gcry_control(GCRYCTL_INITIALIZATION_FINISHED, 0) == 0;
-    const int mode = s.mode == CSP_MODE_ECB   ? GCRY_CIPHER_MODE_ECB
-                     : s.mode == CSP_MODE_CBC ? GCRY_CIPHER_MODE_CBC
-                     : s.mode == CSP_MODE_CFB ? GCRY_CIPHER_MODE_CFB
-                                              : GCRY_CIPHER_MODE_OFB;
-    gcry_cipher_hd_t h;
-    Bytes out(in.size());
-    bool ok = ready && gcry_cipher_open(&h, GCRY_CIPHER_IDEA, mode, 0) == 0;
-    EXPECT_TRUE(ok) << "libgcrypt lacks IDEA";
-    if (!ok) return {};
-    ok = gcry_cipher_setkey(h, s.key.data(), s.key.size()) == 0 &&
-         (s.mode == CSP_MODE_ECB || gcry_cipher_setiv(h, s.iv.data(), 8) == 0) &&
-         (in.empty() || gcry_cipher_encrypt(h, out.data(), out.size(), in.data(), in.size()) == 0);
-    EXPECT_TRUE(ok);
-    gcry_cipher_close(h);
-    return out;
+    const int modes[] = {GCRY_CIPHER_MODE_ECB, GCRY_CIPHER_MODE_CBC, GCRY_CIPHER_MODE_CFB,
+                         GCRY_CIPHER_MODE_OFB};
+    const size_t m = s.mode == CSP_MODE_ECB ? 0 : s.mode == CSP_MODE_CBC ? 1 : s.mode == CSP_MODE_CFB ? 2 : 3;
+    return vctest::gcrypt(GCRY_CIPHER_IDEA, modes[m], true, s.key, s.iv, in);
 }
 
 // RC5-32/12 in the four modes, written from the mode definitions over the single-block

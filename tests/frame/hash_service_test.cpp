@@ -2,33 +2,17 @@
 #include <vorelcrypto/vorelcrypto.h>
 
 #include <gtest/gtest.h>
-#include <nettle/md2.h>
-#include <openssl/evp.h>
 
 #include "frame/service_fixture.h"
-#include "support/test_util.h"
+#include "support/oracles.h"
 
 namespace {
 
 using vctest::Bytes;
 
 Bytes oracle(uint32_t hashId, const Bytes &m) {
-    if (hashId == V_HASH_MD2) {
-        md2_ctx c;
-        md2_init(&c);
-        md2_update(&c, m.size(), m.data());
-        Bytes d(MD2_DIGEST_SIZE);
-        md2_digest(&c, d.size(), d.data());
-        return d;
-    }
-    const char *names[] = {nullptr, "MD5", "SHA1", "MD4", "RIPEMD160"};
-    vctest::loadOpenSslLegacy();
-    EVP_MD *md = EVP_MD_fetch(nullptr, names[hashId], nullptr);
-    unsigned char out[EVP_MAX_MD_SIZE];
-    unsigned int n = 0;
-    EVP_Digest(m.data(), m.size(), out, &n, md, nullptr);
-    EVP_MD_free(md);
-    return Bytes(out, out + n);
+    const char *names[] = {"MD2", "MD5", "SHA1", "MD4", "RIPEMD160"};
+    return vctest::digest(names[hashId], m);
 }
 
 class GenHash : public vctest::ServiceTest {};

@@ -3,45 +3,21 @@
 #include <vorelcrypto/vorelcrypto.h>
 
 #include <gtest/gtest.h>
-#include <openssl/evp.h>
-#include <openssl/hmac.h>
 
 #include <functional>
 
 #include "frame/service_fixture.h"
-#include "support/test_util.h"
+#include "support/oracles.h"
 
 namespace {
 
 using vctest::Bytes;
 
-// ISO/IEC 9797-1 algorithm 1: zero padding to whole blocks (at least one), zero IV, CBC, last
-// block.
-Bytes cbcMac(const char *cipherName, const Bytes &key, const Bytes &message) {
-    Bytes padded = message;
-    padded.resize(message.empty() ? 8 : (message.size() + 7) / 8 * 8, 0);
-    EVP_CIPHER *cipher = EVP_CIPHER_fetch(nullptr, cipherName, nullptr);
-    EXPECT_NE(cipher, nullptr) << cipherName;
-    EVP_CIPHER_CTX *c = EVP_CIPHER_CTX_new();
-    const uint8_t iv[8] = {};
-    Bytes out(padded.size());
-    int n = 0;
-    EVP_EncryptInit_ex2(c, cipher, key.data(), iv, nullptr);
-    EVP_CIPHER_CTX_set_padding(c, 0);
-    EVP_EncryptUpdate(c, out.data(), &n, padded.data(), int(padded.size()));
-    EVP_CIPHER_CTX_free(c);
-    EVP_CIPHER_free(cipher);
-    return Bytes(out.end() - 8, out.end());
-}
-
+// CBC-MAC (ISO/IEC 9797-1 algorithm 1) under the id's leading key bytes, or HMAC-MD5 under 8.
 Bytes oracle(int32_t macId, const Bytes &key, const Bytes &message) {
-    vctest::loadOpenSslLegacy();
-    if (macId == V_MAC_DES) return cbcMac("DES-CBC", Bytes(key.begin(), key.begin() + 8), message);
-    if (macId == V_MAC_DES3) return cbcMac("DES-EDE-CBC", Bytes(key.begin(), key.begin() + 16), message);
-    uint8_t out[16];
-    unsigned n = 0;
-    HMAC(EVP_md5(), key.data(), 8, message.data(), message.size(), out, &n);
-    return Bytes(out, out + n);
+    if (macId == V_MAC_DES) return vctest::cbcMac("DES-CBC", Bytes(key.begin(), key.begin() + 8), message);
+    if (macId == V_MAC_DES3) return vctest::cbcMac("DES-EDE-CBC", Bytes(key.begin(), key.begin() + 16), message);
+    return vctest::hmacMd5(Bytes(key.begin(), key.begin() + 8), message);
 }
 
 DataBlob blob(Bytes &b) {
