@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "provider_util.h"
 #include "support/oracles.h"
 
 namespace {
@@ -79,14 +80,11 @@ TEST(ProviderDigest, ReasonCodes) {
     DataBlob out{20, buf};
 
     // Init refusals.
-    EXPECT_EQ(CSP_DigestDataInit(0, nullptr, nullptr), -1);
-    EXPECT_EQ(GetError(), 1027u);
+    EXPECT_REASON(CSP_DigestDataInit(0, nullptr, nullptr), 1027);
     Record wrongClass(8, 3);
-    EXPECT_EQ(CSP_DigestDataInit(0, &wrongClass.r, nullptr), -1);
-    EXPECT_EQ(GetError(), 1026u);
+    EXPECT_REASON(CSP_DigestDataInit(0, &wrongClass.r, nullptr), 1026);
     Record unknown(12);
-    EXPECT_EQ(CSP_DigestDataInit(0, &unknown.r, nullptr), -1);
-    EXPECT_EQ(GetError(), 1023u);
+    EXPECT_REASON(CSP_DigestDataInit(0, &unknown.r, nullptr), 1023);
 
     // A context given at Init is copied into the handle's record.
     Record rec(0, 0);
@@ -98,37 +96,26 @@ TEST(ProviderDigest, ReasonCodes) {
     EXPECT_EQ(GetError(), 1023u);  // success leaves the last failure in place
 
     // Update refusals.
-    EXPECT_EQ(CSP_DigestDataUpdate(0, nullptr, &blob, 1), -1);
-    EXPECT_EQ(GetError(), 1027u);
-    EXPECT_EQ(CSP_DigestDataUpdate(0, &rec.r, nullptr, 1), -1);
-    EXPECT_EQ(GetError(), 1029u);
-    EXPECT_EQ(CSP_DigestDataUpdate(0, &rec.r, &blob, 0), -1);
-    EXPECT_EQ(GetError(), 1030u);
+    EXPECT_REASON(CSP_DigestDataUpdate(0, nullptr, &blob, 1), 1027);
+    EXPECT_REASON(CSP_DigestDataUpdate(0, &rec.r, nullptr, 1), 1029);
+    EXPECT_REASON(CSP_DigestDataUpdate(0, &rec.r, &blob, 0), 1030);
     // The first blob is hashed before the null one stops the call.
     DataBlob two[2] = {blob, DataBlob{0, nullptr}};
-    EXPECT_EQ(CSP_DigestDataUpdate(0, &rec.r, two, 2), -1);
-    EXPECT_EQ(GetError(), 1046u);
+    EXPECT_REASON(CSP_DigestDataUpdate(0, &rec.r, two, 2), 1046);
 
     // Final refusals, then the digest of the first blob.
-    EXPECT_EQ(CSP_DigestDataFinal(0, nullptr, &out), -1);
-    EXPECT_EQ(GetError(), 1027u);
-    EXPECT_EQ(CSP_DigestDataFinal(0, &rec.r, nullptr), -1);
-    EXPECT_EQ(GetError(), 1029u);
+    EXPECT_REASON(CSP_DigestDataFinal(0, nullptr, &out), 1027);
+    EXPECT_REASON(CSP_DigestDataFinal(0, &rec.r, nullptr), 1029);
     DataBlob lengthNoData{20, nullptr}, dataNoLength{0, buf}, tooShort{16, buf};
-    EXPECT_EQ(CSP_DigestDataFinal(0, &rec.r, &lengthNoData), -1);
-    EXPECT_EQ(GetError(), 1046u);
-    EXPECT_EQ(CSP_DigestDataFinal(0, &rec.r, &dataNoLength), -1);
-    EXPECT_EQ(GetError(), 1046u);
-    EXPECT_EQ(CSP_DigestDataFinal(0, &rec.r, &tooShort), -1);
-    EXPECT_EQ(GetError(), 1011u);
+    EXPECT_REASON(CSP_DigestDataFinal(0, &rec.r, &lengthNoData), 1046);
+    EXPECT_REASON(CSP_DigestDataFinal(0, &rec.r, &dataNoLength), 1046);
+    EXPECT_REASON(CSP_DigestDataFinal(0, &rec.r, &tooShort), 1011);
     ASSERT_EQ(CSP_DigestDataFinal(0, &rec.r, &out), 0);
     EXPECT_EQ(Bytes(buf, buf + 20), vctest::digest("SHA1", Bytes(data, data + 4)));
 
     // Used after Final: refused instead of touching the released state.
-    EXPECT_EQ(CSP_DigestDataUpdate(0, &rec.r, &blob, 1), -1);
-    EXPECT_EQ(GetError(), 1095u);
-    EXPECT_EQ(CSP_DigestDataFinal(0, &rec.r, &out), -1);
-    EXPECT_EQ(GetError(), 1095u);
+    EXPECT_REASON(CSP_DigestDataUpdate(0, &rec.r, &blob, 1), 1095);
+    EXPECT_REASON(CSP_DigestDataFinal(0, &rec.r, &out), 1095);
 }
 
 TEST(ProviderDigest, FinalAllocatesResultForNullBlob) {

@@ -8,7 +8,7 @@
 
 #include "hash/md5.h"
 #include "hash/sha1.h"
-#include "support/test_util.h"
+#include "support/oracles.h"
 
 #include <string_view>
 
@@ -192,11 +192,7 @@ TEST(Sha, MySha1IsOneCompression) {
     }
 }
 
-Bytes sha1(const Bytes &m) {
-    Bytes out(20);
-    EVP_Digest(m.data(), m.size(), out.data(), nullptr, EVP_sha1(), nullptr);
-    return out;
-}
+Bytes sha1(const Bytes &m) { return vctest::digest("SHA1", m); }
 
 Bytes padded(Bytes key, uint8_t value, const Bytes &tail) {
     key.resize(64);
