@@ -6,6 +6,7 @@
 #include <gcrypt.h>
 #include <gtest/gtest.h>
 
+#include "frame/service_fixture.h"
 #include "support/oracles.h"
 
 namespace symtest {
@@ -28,19 +29,9 @@ inline Bytes pkcsPad(Bytes m, size_t block) {
 inline Bytes prePad(Bytes m) { return m.size() < 8 ? pkcsPad(m, 8) : m; }
 inline Bytes head(const Bytes &b, size_t n) { return Bytes(b.begin(), b.begin() + long(n)); }
 
-// A ready context whose V_calloc accounting must be empty at the end.
-class ServiceTest : public ::testing::Test {
+// The service fixture with the helpers of the cipher services.
+class ServiceTest : public vctest::ServiceTest {
 protected:
-    void SetUp() override { ASSERT_EQ(V_VCCInit(&ctx), 0); }
-    void TearDown() override {
-        V_VCCTerm(&ctx);
-        EXPECT_EQ(liveBlocks(), 0u);
-    }
-    uint32_t liveBlocks() const {
-        uint32_t blocks = 0;
-        V_GetAllocStats(&ctx, &blocks, nullptr);
-        return blocks;
-    }
     // Copies a result out and frees it, checking that it was the only block besides the state.
     Bytes take(DataBlob &out) {
         EXPECT_EQ(liveBlocks(), 2u);
@@ -70,7 +61,6 @@ protected:
         ADD_FAILURE() << "never succeeded";
         return -1;
     }
-    LibContext ctx{};
     vctest::Rng rng{77};
 };
 
