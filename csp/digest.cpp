@@ -140,6 +140,11 @@ const DigestDescriptor *descriptorFor(uint32_t algorithm) {
 
 }  // namespace
 
+uint32_t DigestLength(uint32_t algorithm) {
+    const DigestDescriptor *d = descriptorFor(algorithm);
+    return d != nullptr ? d->digestLength : 0;
+}
+
 void ReleaseDigestState(CspContextRecord *record) {
     releaseState(record->state);
     record->state = nullptr;

@@ -9,4 +9,7 @@ namespace vc::csp {
 // its Final; the record can then be freed without leaking it.
 void ReleaseDigestState(CspContextRecord *record);
 
+// The digest length of a digest algorithm, aliases included; 0 when the algorithm is none.
+uint32_t DigestLength(uint32_t algorithm);
+
 }  // namespace vc::csp

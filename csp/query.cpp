@@ -2,25 +2,18 @@
 #include <vorelcrypto/csp.h>
 
 #include "csp/attributes.h"
+#include "csp/digest.h"
 #include "csp/provider_error.h"
 #include "csp/sizes.h"
 
 namespace vc::csp {
 namespace {
 
-uint32_t digestLength(uint32_t algorithm) {
-    switch (algorithm) {
-    case 5: case 6: case 7: case 42: case 43: return 16;
-    case 8: case 11: case 49: case 81: case 89: case 90: return 20;
-    default: return 0;
-    }
-}
-
 // One size for `inputSize` bytes of input; 0 or a reason.
 int32_t sizeFor(const CspContextRecord *record, bool encrypt, uint32_t inputSize, uint32_t *out) {
     switch (record->contextClass) {
     case CSP_CLASS_SYMMETRIC: return SymmetricOutputSize(record, encrypt, inputSize, out);
-    case CSP_CLASS_DIGEST: *out = digestLength(record->algorithm); break;
+    case CSP_CLASS_DIGEST: *out = DigestLength(record->algorithm); break;
     case CSP_CLASS_MAC: *out = MacLength(record->algorithm); break;
     default: return CSP_ERR_CLASS;
     }
