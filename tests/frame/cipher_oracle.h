@@ -1,4 +1,4 @@
-// Oracles and helpers shared by the symmetric and key-wrap service tests.
+// Cipher oracles and padding models shared by the symmetric, key-wrap and MAC service tests.
 #pragma once
 
 #include <vorelcrypto/vorelcrypto.h>
@@ -7,11 +7,12 @@
 #include <gtest/gtest.h>
 #include <openssl/evp.h>
 
-#include "support/test_util.h"
+#include "frame/service_fixture.h"
 
 namespace symtest {
 
 using vctest::Bytes;
+using vctest::ServiceTest;
 
 // One OpenSSL cipher over the whole input: PKCS #7 when `padding`, RC2's effective key bits when
 // rc2Bits > 0. Empty on failure, which is a test failure unless `ok` is given to receive it.
@@ -60,51 +61,5 @@ inline Bytes pkcsPad(Bytes m, size_t block) {
 }
 inline Bytes prePad(Bytes m) { return m.size() < 8 ? pkcsPad(m, 8) : m; }
 inline Bytes head(const Bytes &b, size_t n) { return Bytes(b.begin(), b.begin() + long(n)); }
-
-// A ready context whose V_calloc accounting must be empty at the end.
-class ServiceTest : public ::testing::Test {
-protected:
-    void SetUp() override { ASSERT_EQ(V_VCCInit(&ctx), 0); }
-    void TearDown() override {
-        V_VCCTerm(&ctx);
-        EXPECT_EQ(liveBlocks(), 0u);
-    }
-    uint32_t liveBlocks() const {
-        uint32_t blocks = 0;
-        V_GetAllocStats(&ctx, &blocks, nullptr);
-        return blocks;
-    }
-    // Copies a result out and frees it, checking that it was the only block besides the state.
-    Bytes take(DataBlob &out) {
-        EXPECT_EQ(liveBlocks(), 2u);
-        Bytes b(out.Data, out.Data + out.Length);
-        V_free(&ctx, out.Data);
-        return b;
-    }
-    // Runs `call` with the n-th V_calloc failing for n = 1, 2, ... until it succeeds; each
-    // failure must null the output, leave no block behind and pass `check`. Returns how many
-    // allocations the successful call made.
-    template <class Call, class Check>
-    int failEachAllocation(Call call, Check check) {
-        for (int n = 1; n < 64; ++n) {
-            const uint32_t before = liveBlocks();
-            DataBlob out{7, reinterpret_cast<uint8_t *>(&out)};
-            V_FailNthCalloc(uint32_t(n));
-            const uint32_t r = call(out);
-            V_FailNthCalloc(0);
-            if (r == 0) {
-                take(out);
-                return n - 1;
-            }
-            check(r);
-            EXPECT_EQ(out.Data, nullptr) << n;
-            EXPECT_EQ(liveBlocks(), before) << n;
-        }
-        ADD_FAILURE() << "never succeeded";
-        return -1;
-    }
-    LibContext ctx{};
-    vctest::Rng rng{77};
-};
 
 }  // namespace symtest
