@@ -108,16 +108,11 @@ TEST_F(Symmetric, FixedIvAgainstOpenSsl) {
 }
 
 // Failures of each path: code returned, code stored, the dispatch's code in the state (-1: not
-// looked at). Cipher texts of chosen plain texts are made by OpenSSL without padding.
+// looked at). `last` >= 0 makes the input OpenSSL's unpadded encryption of `len` bytes of 0x55
+// ending in `last`.
 TEST_F(Symmetric, Failures) {
-    struct Case {
-        uint32_t alg, mode, keyLength, ivLength;
-        int last;      // last plain byte of a crafted cipher text; -1: `len` bytes of 0x55
-        size_t len;
-        bool encrypt;
-        uint32_t returned;
-        int32_t stored, inner;
-    };
+    struct Case { uint32_t alg, mode, keyLength, ivLength; int last; size_t len; bool encrypt;
+                  uint32_t returned; int32_t stored, inner; };
     const Case cases[] = {
         {1, 1, 16, 8, -1, 16, true, 30023, 30023, -1}, {1, 1, 24, 7, -1, 16, true, 30023, 30023, -1},
         {2, 1, 0, 8, -1, 16, true, 30025, 30025, -1},  {11, 1, 129, 8, -1, 8, false, 30026, 30026, -1},
