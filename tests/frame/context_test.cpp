@@ -10,9 +10,7 @@
 
 namespace {
 
-struct Counts {
-    uint32_t blocks, bytes;
-};
+struct Counts { uint32_t blocks, bytes; };
 Counts live(const LibContext &ctx) {
     Counts c{};
     V_GetAllocStats(&ctx, &c.blocks, &c.bytes);
@@ -77,13 +75,6 @@ TEST(Context, StateAllocationFailure) {
     EXPECT_EQ(live(ctx).blocks, 0u);
     EXPECT_EQ(V_VCCInit(&ctx), 0);  // the fault was one-shot
     V_VCCTerm(&ctx);
-}
-
-TEST(Context, TermOnEmptyContextKeepsCommonPartStarted) {
-    LibContext ctx{};
-    ctx.commonStarted = 1;
-    V_VCCTerm(&ctx);
-    EXPECT_EQ(ctx.commonStarted, 1u);
 }
 
 TEST(Common, CallocAccountingAndFaults) {
