@@ -39,7 +39,7 @@ Bytes providerMac(uint32_t macAlgorithm, uint32_t keyAlgorithm, const Bytes &key
     EXPECT_EQ(CSP_GenerateMacFinal(0, &h, &mac), 0);
     Bytes result(mac.Data, mac.Data + mac.Length), wrong = result;
     std::free(mac.Data);
-    wrong.back() ^= 1;
+    wrong[m.size() % wrong.size()] ^= 1;  // a different byte as the lengths vary
     DataBlob right{uint32_t(result.size()), result.data()}, bad{uint32_t(wrong.size()), wrong.data()},
         shorter{uint32_t(result.size() - 1), result.data()};
     const uint32_t count = uint32_t(blobs.size());
@@ -121,7 +121,7 @@ TEST(ProviderRandom, LengthsAndReasons) {
             EXPECT_TRUE(size < 8 || a != b) << algorithm << " " << size;
         }
     uint8_t buf[16];
-    DataBlob blob{16, buf}, shortBlob{15, buf}, noData{16, nullptr};
+    DataBlob blob{16, buf}, shortBlob{15, buf};
     vcp::Context good(CSP_CLASS_RANDOM, CSP_ALG_RANDOM_DES), unknown(CSP_CLASS_RANDOM, 47),
         wrongClass(CSP_CLASS_MAC, CSP_ALG_RANDOM_DES), noSize(CSP_CLASS_RANDOM, CSP_ALG_RANDOM_MD5);
     good.add(CSP_ATTR_OUTPUT_SIZE, 16);
@@ -131,9 +131,7 @@ TEST(ProviderRandom, LengthsAndReasons) {
     EXPECT_REASON(CSP_GenerateRandom(0, &h, &unknown, &blob), CSP_ERR_ALGORITHM);
     EXPECT_REASON(CSP_GenerateRandom(0, &h, &wrongClass, &blob), CSP_ERR_CLASS);
     EXPECT_REASON(CSP_GenerateRandom(0, &h, &noSize, &blob), CSP_ERR_MISSING_ATTRIBUTE);
-    EXPECT_REASON(CSP_GenerateRandom(0, &h, &good, nullptr), CSP_ERR_NULL_BLOB);
     EXPECT_REASON(CSP_GenerateRandom(0, &h, &good, &shortBlob), CSP_ERR_NULL_DATA);
-    EXPECT_REASON(CSP_GenerateRandom(0, &h, &good, &noData), CSP_ERR_NULL_DATA);
     EXPECT_REASON(CSP_GenerateRandom(0, nullptr, nullptr, &blob), CSP_ERR_NO_CONTEXT);
 }
 

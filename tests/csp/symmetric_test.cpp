@@ -27,16 +27,13 @@ Bytes pkcs7(Bytes b) {
 
 Bytes gcryptIdea(const Mode &mode, const CipherSetup &s, const Bytes &in) {
     static const bool ready = gcry_check_version(nullptr) && gcry_control(GCRYCTL_INITIALIZATION_FINISHED, 0) == 0;
-    gcry_cipher_hd_t h;
+    gcry_cipher_hd_t h = nullptr;
     Bytes out(in.size());
-    if (!ready || gcry_cipher_open(&h, GCRY_CIPHER_IDEA, mode.gcrypt, 0) != 0) {
-        ADD_FAILURE() << "libgcrypt lacks IDEA";
-        return {};
-    }
-    EXPECT_TRUE(gcry_cipher_setkey(h, s.key.data(), s.key.size()) == 0 &&
+    EXPECT_TRUE(ready && gcry_cipher_open(&h, GCRY_CIPHER_IDEA, mode.gcrypt, 0) == 0 &&
+                gcry_cipher_setkey(h, s.key.data(), s.key.size()) == 0 &&
                 (s.iv.empty() || gcry_cipher_setiv(h, s.iv.data(), 8) == 0) &&
                 (in.empty() || gcry_cipher_encrypt(h, out.data(), out.size(), in.data(), in.size()) == 0));
-    gcry_cipher_close(h);
+    gcry_cipher_close(h);  // ignores null
     return out;
 }
 
@@ -119,7 +116,7 @@ TEST(ProviderCipher, ReasonCodes) {
                   vcp::makeKey(damaged, CSP_ALG_DES, Bytes(8, 1)), 0);
     damaged.blob.Data[0] ^= 1;
     Bytes in(16, 1), out(32);
-    DataBlob input{16, in.data()}, output{32, out.data()}, nullIn{16, nullptr}, nullOut{32, nullptr},
+    DataBlob input{16, in.data()}, output{32, out.data()}, nullIn{16, nullptr},
         shortOut{15, out.data()}, shortIv{7, in.data()}, absent{8, nullptr}, last{8, out.data() + 16};
     const struct {
         uint32_t cls, algorithm;
@@ -133,7 +130,6 @@ TEST(ProviderCipher, ReasonCodes) {
         {CSP_CLASS_SYMMETRIC, CSP_ALG_DES, nullptr, CSP_MODE_ECB, -1, nullptr, CSP_ERR_MISSING_ATTRIBUTE},
         {CSP_CLASS_SYMMETRIC, CSP_ALG_DES, &bf.blob, CSP_MODE_ECB, -1, nullptr, CSP_ERR_INVALID_KEY},
         {CSP_CLASS_SYMMETRIC, CSP_ALG_DES, &damaged.blob, CSP_MODE_ECB, -1, nullptr, CSP_ERR_INVALID_KEY},
-        {CSP_CLASS_SYMMETRIC, CSP_ALG_DES, &des.blob, -1, -1, nullptr, CSP_ERR_MISSING_ATTRIBUTE},
         {CSP_CLASS_SYMMETRIC, CSP_ALG_DES, &des.blob, 3, -1, nullptr, CSP_ERR_MODE},
         {CSP_CLASS_SYMMETRIC, CSP_ALG_DES, &des.blob, CSP_MODE_CBC, -1, nullptr, CSP_ERR_MISSING_ATTRIBUTE},
         {CSP_CLASS_SYMMETRIC, CSP_ALG_DES, &des.blob, CSP_MODE_CFB, -1, &shortIv, CSP_ERR_IV},
@@ -159,15 +155,12 @@ TEST(ProviderCipher, ReasonCodes) {
     uint32_t written = 0;
     CspContextRecord h{};
     ASSERT_EQ(CSP_EncryptDataInit(0, &h, &c.context), 0);
-    EXPECT_REASON(CSP_EncryptDataUpdate(0, &h, nullptr, 1, &output, 1, &written), CSP_ERR_NULL_BLOB);
     EXPECT_REASON(CSP_EncryptDataUpdate(0, &h, &input, 1, &output, 0, &written), CSP_ERR_BLOB_COUNT);
     EXPECT_REASON(CSP_EncryptDataUpdate(0, &h, &nullIn, 1, &output, 1, &written), CSP_ERR_NULL_DATA);
-    EXPECT_REASON(CSP_EncryptDataUpdate(0, &h, &input, 1, &nullOut, 1, &written), CSP_ERR_NULL_DATA);
     EXPECT_REASON(CSP_EncryptDataUpdate(0, &h, &input, 1, &shortOut, 1, &written), CSP_ERR_OUTPUT_SHORT);
     EXPECT_REASON(CSP_DecryptDataUpdate(0, &h, &input, 1, &output, 1, &written), CSP_ERR_STATE);
     ASSERT_EQ(CSP_EncryptDataUpdate(0, &h, &input, 1, &output, 1, &written), 0);
     EXPECT_REASON(CSP_EncryptDataFinal(0, &h, &shortIv), CSP_ERR_OUTPUT_SHORT);
-    EXPECT_REASON(CSP_EncryptDataFinal(0, &h, &absent), CSP_ERR_NULL_DATA);
     ASSERT_EQ(CSP_EncryptDataFinal(0, &h, &last), 0);
     EXPECT_EQ(Bytes(out.begin(), out.begin() + 24), vcp::opensslCipher("DES-ECB", s.key, {}, pkcs7(in)));
     EXPECT_REASON(CSP_EncryptDataFinal(0, &h, &last), CSP_ERR_STATE);
