@@ -1,24 +1,21 @@
 // The provider's MACs against OpenSSL (CBC-MAC as the last block of zero-IV CBC over the
 // zero-padded message; HMAC-MD5), verification, random bytes, and their reason codes.
 #include "provider_util.h"
-#include "support/oracles.h"
 
 namespace {
 
 using vcp::Bytes;
 
-// Generates in one Update per piece into a null blob, then verifies the result, a changed one
-// and a shortened one in one-shot calls over all pieces at once.
+// Generates in one Update per piece (after an empty one) into a null blob, then verifies the
+// result, a changed one and a shortened one in one-shot calls over all pieces at once.
 Bytes providerMac(uint32_t macAlgorithm, uint32_t keyAlgorithm, const Bytes &keyBytes, const Bytes &m,
-                  const std::vector<size_t> &pieces) {
-    static uint8_t empty;
+                  std::vector<size_t> pieces) {
     vcp::Key key;
     EXPECT_EQ(vcp::makeKey(key, keyAlgorithm, keyBytes), 0);
     vcp::Context c(CSP_CLASS_MAC, macAlgorithm);
     c.add(CSP_ATTR_KEY, &key.blob);
-    std::vector<DataBlob> blobs{{0, &empty}};
-    for (size_t n = 0, at = 0; n < pieces.size(); at += pieces[n++])
-        blobs.push_back(DataBlob{uint32_t(pieces[n]), pieces[n] ? const_cast<uint8_t *>(m.data() + at) : &empty});
+    pieces.insert(pieces.begin(), 0);
+    std::vector<DataBlob> blobs = vcp::blobsOf(m, pieces);
     CspContextRecord h{};
     EXPECT_EQ(CSP_GenerateMacInit(0, &h, &c), 0);
     for (DataBlob &b : blobs) EXPECT_EQ(CSP_GenerateMacUpdate(0, &h, &b, 1), 0);
@@ -26,7 +23,7 @@ Bytes providerMac(uint32_t macAlgorithm, uint32_t keyAlgorithm, const Bytes &key
     EXPECT_EQ(CSP_GenerateMacFinal(0, &h, &mac), 0);
     Bytes result(mac.Data, mac.Data + mac.Length), wrong = result;
     std::free(mac.Data);
-    wrong.back() ^= 1;
+    wrong[m.size() % wrong.size()] ^= 1;  // a different byte as the lengths vary
     DataBlob right{uint32_t(result.size()), result.data()}, bad{uint32_t(wrong.size()), wrong.data()},
         shorter{uint32_t(result.size() - 1), result.data()};
     const uint32_t count = uint32_t(blobs.size());
@@ -58,7 +55,7 @@ TEST(ProviderMac, ReasonCodes) {
     vcp::Key des, rc2;
     ASSERT_EQ(vcp::makeKey(des, CSP_ALG_DES, Bytes(8, 1)) | vcp::makeKey(rc2, CSP_ALG_RC2, Bytes(8, 2)), 0);
     uint8_t byte = 0, buf[16];
-    DataBlob data{1, &byte}, nullData{1, nullptr}, mac{16, buf}, small{7, buf};
+    DataBlob data[2] = {{1, &byte}, {1, nullptr}}, mac{16, buf}, small{7, buf};
     const struct {
         uint32_t cls, algorithm;
         DataBlob *key;
@@ -74,26 +71,24 @@ TEST(ProviderMac, ReasonCodes) {
         vcp::Context c(k.cls, k.algorithm);
         if (k.key) c.add(CSP_ATTR_KEY, k.key);
         CspContextRecord h{};
-        EXPECT_REASON(CSP_GenerateMacInit(0, &h, &c), k.reason);
-        EXPECT_REASON(CSP_GenerateMac(0, &h, &c, &data, 1, &mac), k.reason);
-        EXPECT_REASON(CSP_VerifyMacUpdate(0, &h, &data, 1), CSP_ERR_STATE);
+        EXPECT_REASON(CSP_GenerateMac(0, &h, &c, data, 1, &mac), k.reason);
+        EXPECT_REASON(CSP_VerifyMacUpdate(0, &h, data, 1), CSP_ERR_STATE);
     }
-    EXPECT_REASON(CSP_GenerateMacInit(0, nullptr, nullptr), CSP_ERR_NO_CONTEXT);
-
     vcp::Context good(CSP_CLASS_MAC, CSP_ALG_DES);
     good.add(CSP_ATTR_KEY, &des.blob);
     CspContextRecord h{};
-    EXPECT_REASON(CSP_GenerateMacFinal(0, &h, &mac), CSP_ERR_STATE);
     ASSERT_EQ(CSP_VerifyMacInit(0, &h, &good), 0);
-    EXPECT_REASON(CSP_GenerateMacUpdate(0, &h, &data, 1), CSP_ERR_STATE);  // a verifying context
+    EXPECT_REASON(CSP_GenerateMacUpdate(0, &h, data, 1), CSP_ERR_STATE);  // a verifying context
     ASSERT_EQ(CSP_GenerateMacInit(0, &h, &good), 0);
-    EXPECT_REASON(CSP_GenerateMacUpdate(0, &h, &nullData, 1), CSP_ERR_NULL_DATA);
+    EXPECT_REASON(CSP_GenerateMacUpdate(0, &h, data, 2), CSP_ERR_NULL_DATA);  // takes neither blob
     EXPECT_REASON(CSP_GenerateMacFinal(0, &h, &small), CSP_ERR_OUTPUT_SHORT);
     EXPECT_EQ(CSP_GenerateMacFinal(0, &h, &mac), 0);
-    EXPECT_EQ(mac.Length, 8u);
+    EXPECT_EQ(Bytes(buf, buf + mac.Length), vctest::cbcMac("DES-CBC", Bytes(8, 1), {}));
     EXPECT_REASON(CSP_GenerateMacFinal(0, &h, &mac), CSP_ERR_STATE);
 }
 
+// Both generators with the output-size attribute: the size written and nothing past it, a
+// handle that keeps its context, different bytes on each call; then refusals.
 TEST(ProviderRandom, LengthsAndReasons) {
     for (uint32_t algorithm : {CSP_ALG_RANDOM_MD5, CSP_ALG_RANDOM_DES})
         for (uint32_t size : {0u, 1u, 8u, 17u, 1000u}) {
@@ -111,24 +106,16 @@ TEST(ProviderRandom, LengthsAndReasons) {
         }
     uint8_t buf[16];
     DataBlob blob{16, buf}, shortBlob{15, buf};
-    const struct {
-        uint32_t cls, algorithm;
-        bool withSize;
-        DataBlob *blob;
-        uint32_t reason;
-    } cases[] = {
-        {CSP_CLASS_RANDOM, 47, true, &blob, CSP_ERR_ALGORITHM},
-        {CSP_CLASS_MAC, CSP_ALG_RANDOM_DES, true, &blob, CSP_ERR_CLASS},
-        {CSP_CLASS_RANDOM, CSP_ALG_RANDOM_DES, false, &blob, CSP_ERR_MISSING_ATTRIBUTE},
-        {CSP_CLASS_RANDOM, CSP_ALG_RANDOM_DES, true, nullptr, CSP_ERR_NULL_BLOB},
-        {CSP_CLASS_RANDOM, CSP_ALG_RANDOM_MD5, true, &shortBlob, CSP_ERR_NULL_DATA},
-    };
-    for (const auto &k : cases) {
-        vcp::Context c(k.cls, k.algorithm);
-        if (k.withSize) c.add(CSP_ATTR_OUTPUT_SIZE, 16);
-        CspContextRecord h{};
-        EXPECT_REASON(CSP_GenerateRandom(0, &h, &c, k.blob), k.reason);
-    }
+    vcp::Context good(CSP_CLASS_RANDOM, CSP_ALG_RANDOM_DES), unknown(CSP_CLASS_RANDOM, 47),
+        wrongClass(CSP_CLASS_MAC, CSP_ALG_RANDOM_DES), noSize(CSP_CLASS_RANDOM, CSP_ALG_RANDOM_MD5);
+    good.add(CSP_ATTR_OUTPUT_SIZE, 16);
+    unknown.add(CSP_ATTR_OUTPUT_SIZE, 16);
+    wrongClass.add(CSP_ATTR_OUTPUT_SIZE, 16);
+    CspContextRecord h{};
+    EXPECT_REASON(CSP_GenerateRandom(0, &h, &unknown, &blob), CSP_ERR_ALGORITHM);
+    EXPECT_REASON(CSP_GenerateRandom(0, &h, &wrongClass, &blob), CSP_ERR_CLASS);
+    EXPECT_REASON(CSP_GenerateRandom(0, &h, &noSize, &blob), CSP_ERR_MISSING_ATTRIBUTE);
+    EXPECT_REASON(CSP_GenerateRandom(0, &h, &good, &shortBlob), CSP_ERR_NULL_DATA);
     EXPECT_REASON(CSP_GenerateRandom(0, nullptr, nullptr, &blob), CSP_ERR_NO_CONTEXT);
 }
 

@@ -1,4 +1,4 @@
-// Helpers for the provider tests: key records, contexts with attributes, staged calls.
+// Helpers for the provider tests: context and key records, staged cipher calls, OpenSSL oracles.
 #pragma once
 
 #include <vorelcrypto/vorelcrypto.h>
@@ -7,9 +7,10 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <string>
 #include <vector>
 
-#include "support/test_util.h"
+#include "support/oracles.h"
 
 namespace vcp {
 
@@ -22,12 +23,12 @@ using vctest::Bytes;
         EXPECT_EQ(GetError(), uint32_t(reason)) << #call; \
     } while (0)
 
-// A context record with its own attribute array (copies keep their own).
+// A context record with its own attribute array.
 struct Context {
     CspContextRecord record{};
     std::vector<CspAttribute> attributes;
     Context(uint32_t cls, uint32_t algorithm) { record.contextClass = cls, record.algorithm = algorithm; }
-    Context(const Context &o) : record(o.record), attributes(o.attributes) { record.attributes = attributes.data(); }
+    Context(const Context &) = delete;
     Context &add(uint32_t type, uint32_t value) { return push({type, 4, {.uint32 = value}}); }
     Context &add(uint32_t type, DataBlob *blob) { return push({type, sizeof(DataBlob), {.data = blob}}); }
     CspContextRecord *operator&() { return &record; }
@@ -41,24 +42,55 @@ private:
     }
 };
 
-// A key record made by CSP_GenerateKey in an aligned 5,000-byte buffer.
+// One blob per piece of `data`; an empty one points at a static byte.
+inline std::vector<DataBlob> blobsOf(const Bytes &data, const std::vector<size_t> &pieces) {
+    static uint8_t empty;
+    std::vector<DataBlob> blobs;
+    size_t at = 0;
+    for (size_t n : pieces) {
+        blobs.push_back(DataBlob{uint32_t(n), n ? const_cast<uint8_t *>(data.data() + at) : &empty});
+        at += n;
+    }
+    return blobs;
+}
+
+// Random piece sizes: single bytes, around the 1,000-byte chunk, beyond it, small ones.
+inline std::vector<size_t> randomPieces(vctest::Rng &rng, size_t total) {
+    std::vector<size_t> pieces;
+    for (size_t n; total != 0; total -= n) {
+        const size_t kinds[] = {1, 990 + rng.below(21), 1001 + rng.below(1500), rng.below(20)};
+        pieces.push_back(n = std::min(kinds[rng.below(4)], total));
+    }
+    return pieces;
+}
+
+// A key record in an aligned 5,000-byte buffer, made by CSP_GenerateKey with KEY_LENGTH 8 * the
+// material's size (and RC2's effective bits unless 0) in `capacity` bytes; returns its status.
 struct Key {
     std::vector<uint64_t> storage = std::vector<uint64_t>(CSP_KEY_RECORD_MAX / 8);
     DataBlob blob{CSP_KEY_RECORD_MAX, reinterpret_cast<uint8_t *>(storage.data())};
 };
-// KEY_LENGTH is 8 * the material's size; RC2 gets `effectiveBits` when non-zero. Returns the
-// CSP_GenerateKey status.
-inline int32_t makeKey(Key &key, uint32_t algorithm, const Bytes &material, uint32_t effectiveBits = 0) {
+inline int32_t makeKey(Key &key, uint32_t algorithm, const Bytes &material, uint32_t effectiveBits = 0,
+                       uint32_t capacity = CSP_KEY_RECORD_MAX) {
     Context gen(CSP_CLASS_KEYGEN, algorithm);
     gen.add(CSP_ATTR_KEY_LENGTH, uint32_t(8 * material.size()));
     if (effectiveBits != 0) gen.add(CSP_ATTR_EFFECTIVE_BITS, effectiveBits);
     DataBlob m{uint32_t(material.size()), const_cast<uint8_t *>(material.data())};
-    key.blob.Length = CSP_KEY_RECORD_MAX;
+    key.blob.Length = capacity;
     return CSP_GenerateKey(CSP_MODULE_HANDLE, &gen, nullptr, 3, 0x20000000, &m, &key.blob);
 }
 
-// A symmetric context: key, mode (0: no attribute), iv (empty: no attribute), padding (-1: no
-// attribute).
+// The ciphers, their OpenSSL names (none for IDEA and RC5) and key lengths in bytes.
+const struct Cipher {
+    uint32_t algorithm;
+    const char *openssl;
+    int minKey, maxKey;
+} kCiphers[] = {{CSP_ALG_DES, "DES", 8, 8},   {CSP_ALG_3DES_2KEY, "DES-EDE", 16, 16},
+                {CSP_ALG_BLOWFISH, "BF", 4, 56}, {CSP_ALG_RC2, "RC2", 1, 128},
+                {CSP_ALG_IDEA, nullptr, 16, 16}, {CSP_ALG_RC5, nullptr, 0, 255},
+                {CSP_ALG_RC4, "RC4", 1, 256}};
+
+// A symmetric context: mode 0, padding -1 and an empty IV add no attribute.
 struct CipherSetup {
     uint32_t algorithm, mode;
     Bytes key, iv;
@@ -80,18 +112,17 @@ struct CipherContext {
     }
 };
 
-// With no pieces, the one-shot call into an exact output blob and an 8-byte closing blob.
-// Otherwise Init, one Update per piece into output blobs of the capacities in `splits` (in
-// turn; one blob when empty), and Final into a null blob. Returns everything written.
+// With no pieces, the one-shot call. Otherwise Init, one Update per piece into output blobs of
+// the capacities in `splits` (in turn; one blob when empty), and Final into a null blob.
+// Returns everything written.
 inline Bytes crypt(CipherContext &c, bool encrypt, const Bytes &data, const std::vector<size_t> &pieces = {},
                    const std::vector<uint32_t> &splits = {}) {
-    static uint8_t empty;
     CspContextRecord h{};
     Bytes result, space(data.size() + 16);
     uint32_t written = 0;
     if (pieces.empty()) {
-        DataBlob in{uint32_t(data.size()), data.empty() ? &empty : const_cast<uint8_t *>(data.data())};
-        DataBlob out{uint32_t(data.size() + 8), space.data()}, last{8, space.data() + data.size() + 8};
+        DataBlob in = blobsOf(data, {data.size()})[0], out{uint32_t(data.size() + 8), space.data()},
+                 last{8, space.data() + data.size() + 8};
         const int32_t r = (encrypt ? CSP_EncryptData : CSP_DecryptData)(0, &h, &c.context, &in, 1, &out, 1,
                                                                         &written, &last);
         EXPECT_EQ(r, 0) << "one-shot, reason " << GetError();
@@ -100,15 +131,12 @@ inline Bytes crypt(CipherContext &c, bool encrypt, const Bytes &data, const std:
         return result;
     }
     EXPECT_EQ((encrypt ? CSP_EncryptDataInit : CSP_DecryptDataInit)(0, &h, &c.context), 0);
-    size_t at = 0, split = 0;
-    for (size_t n : pieces) {
-        DataBlob in{uint32_t(n), n ? const_cast<uint8_t *>(data.data() + at) : &empty};
-        at += n;
+    size_t split = 0;
+    for (DataBlob &in : blobsOf(data, pieces)) {
         std::vector<DataBlob> outs;  // room for all the piece can release, cut into blobs
-        for (size_t used = 0; used < n + 16;) {
-            const uint32_t cap = splits.empty() ? uint32_t(n + 16) : splits[split++ % splits.size()];
-            outs.push_back(DataBlob{uint32_t(std::min<size_t>(cap, n + 16 - used)), space.data() + used});
-            used += outs.back().Length;
+        for (size_t used = 0, room = in.Length + 16; used < room; used += outs.back().Length) {
+            const size_t cap = splits.empty() ? room : splits[split++ % splits.size()];
+            outs.push_back(DataBlob{uint32_t(std::min(cap, room - used)), space.data() + used});
         }
         EXPECT_EQ((encrypt ? CSP_EncryptDataUpdate : CSP_DecryptDataUpdate)(0, &h, &in, 1, outs.data(),
                                                                             uint32_t(outs.size()), &written), 0)
@@ -122,15 +150,11 @@ inline Bytes crypt(CipherContext &c, bool encrypt, const Bytes &data, const std:
     return result;
 }
 
-// Random piece sizes: single bytes, around the 1,000-byte chunk, beyond it, small ones.
-inline std::vector<size_t> randomPieces(vctest::Rng &rng, size_t total) {
-    std::vector<size_t> pieces;
-    for (size_t n; total != 0; total -= n) {
-        const size_t kinds[] = {1, 990 + rng.below(21), 1001 + rng.below(1500), rng.below(20)};
-        n = std::min(kinds[rng.below(4)], total);
-        pieces.push_back(n);
-    }
-    return pieces;
+// OpenSSL's cipher `name` over `in` without padding (RC2 with `rc2Bits` effective bits).
+inline Bytes opensslCipher(const std::string &name, const Bytes &key, const Bytes &iv, const Bytes &in,
+                           uint32_t rc2Bits = 0) {
+    return vctest::evp(name.c_str(), true, key, iv, in, false, int(rc2Bits));
 }
+using vctest::digest;
 
 }  // namespace vcp
