@@ -43,61 +43,34 @@ namespace ctest {
     };
 #define VCT_NUM , num
 
-template <class S, class F>
-std::shared_ptr<S> schedule(F &&f) {
-    auto s = std::make_shared<S>();
-    f(s.get());
-    return s;
-}
+// A cipher's Ops on a key schedule S set up by SETUP (from key k and parameter param); BODY
+// binds the functions, hasNum is set where the OFB functions take `num`.
+#define VCT_OPS(NAME, S, HAS_NUM, SETUP, BODY)                 \
+    Ops NAME(const Bytes &k, [[maybe_unused]] int param) {      \
+        Ops o;                                                 \
+        o.hasNum = HAS_NUM;                                    \
+        auto s = std::make_shared<S>();                        \
+        [[maybe_unused]] S *p = s.get();                       \
+        SETUP;                                                 \
+        BODY return o;                                         \
+    }
 
-Ops seed(const Bytes &k, int) {
-    Ops o;
-    auto s = schedule<SeedKeySchedule>([&](auto *p) { E_SEED_KeySchedule(p, k.data()); });
-    VCT_MODES(SEED, , 1) VCT_CBC(SEED, _NO_PAD, npE, npD) return o;
-}
-Ops des(const Bytes &k, int) {
-    Ops o;
-    auto s = schedule<DesKeySchedule>(
-        [&](auto *p) { EXPECT_EQ(E_DES_KeySchedule(p, k.data()), 1); });
-    VCT_MODES(DES, , 1) VCT_CBC(DES, _NO_PAD, npE, npD) return o;
-}
-Ops des3(const Bytes &k, int) {
-    Ops o;
-    auto s = schedule<Des3KeySchedule>([&](auto *p) { E_DES3_KeySchedule(p, k.data()); });
-    VCT_MODES(DES3, , 1) VCT_CBC(DES3, _NO_PAD, npE, npD) return o;
-}
-Ops des3Key3(const Bytes &k, int) {
-    Ops o;
-    auto s = schedule<Des3_3KeySchedule>([&](auto *p) { E_DES3_3Key_Schedule(p, k.data()); });
-    VCT_BLOCK(DES3_3Key) VCT_CBC(DES3_3Key, , cbcE, cbcD) return o;
-}
-Ops idea(const Bytes &k, int) {
-    Ops o;
-    o.hasNum = true;
-    auto s = schedule<IdeaKeySchedule>([&](auto *p) { E_IDEA_KeySchedule(p, k.data()); });
-    VCT_MODES(IDEA, VCT_NUM, 1) return o;
-}
-Ops blowfish(const Bytes &k, int) {
-    Ops o;
-    o.hasNum = true;
-    auto s = schedule<BlowfishKeySchedule>(
-        [&](auto *p) { E_BF_KeySchedule(p, k.data(), uint32_t(k.size())); });
-    VCT_MODES(BF, VCT_NUM, 8) return o;  // Blowfish's OFB length counts bits
-}
-Ops rc2(const Bytes &k, int bits) {
-    Ops o;
-    o.hasNum = true;
-    auto s = schedule<Rc2KeySchedule>(
-        [&](auto *p) { E_RC2_KeySchedule(p, k.data(), uint32_t(k.size()), bits); });
-    VCT_MODES(RC2, VCT_NUM, 1) return o;
-}
-Ops rc5(const Bytes &k, int rounds) {
-    Ops o;
-    o.hasNum = true;
-    auto s = schedule<Rc5KeySchedule>(
-        [&](auto *p) { E_RC5_KeySchedule(p, k.data(), uint32_t(k.size()), rounds); });
-    VCT_MODES(RC5, VCT_NUM, 1) return o;
-}
+VCT_OPS(seed, SeedKeySchedule, false, E_SEED_KeySchedule(p, k.data()),
+        VCT_MODES(SEED, , 1) VCT_CBC(SEED, _NO_PAD, npE, npD))
+VCT_OPS(des, DesKeySchedule, false, EXPECT_EQ(E_DES_KeySchedule(p, k.data()), 1),
+        VCT_MODES(DES, , 1) VCT_CBC(DES, _NO_PAD, npE, npD))
+VCT_OPS(des3, Des3KeySchedule, false, E_DES3_KeySchedule(p, k.data()),
+        VCT_MODES(DES3, , 1) VCT_CBC(DES3, _NO_PAD, npE, npD))
+VCT_OPS(des3Key3, Des3_3KeySchedule, false, E_DES3_3Key_Schedule(p, k.data()),
+        VCT_BLOCK(DES3_3Key) VCT_CBC(DES3_3Key, , cbcE, cbcD))
+VCT_OPS(idea, IdeaKeySchedule, true, E_IDEA_KeySchedule(p, k.data()), VCT_MODES(IDEA, VCT_NUM, 1))
+// Blowfish's OFB length counts bits.
+VCT_OPS(blowfish, BlowfishKeySchedule, true, E_BF_KeySchedule(p, k.data(), uint32_t(k.size())),
+        VCT_MODES(BF, VCT_NUM, 8))
+VCT_OPS(rc2, Rc2KeySchedule, true, E_RC2_KeySchedule(p, k.data(), uint32_t(k.size()), param),
+        VCT_MODES(RC2, VCT_NUM, 1))
+VCT_OPS(rc5, Rc5KeySchedule, true, E_RC5_KeySchedule(p, k.data(), uint32_t(k.size()), param),
+        VCT_MODES(RC5, VCT_NUM, 1))
 
 // RC5-32/r/b encryption written from RFC 2040 as plainly as possible.
 Bytes rc5Model(const Bytes &key, int rounds, const Bytes &in) {
