@@ -40,7 +40,7 @@ struct Cipher {
     int gcry;            // libgcrypt algorithm where OpenSSL has none (IDEA), else 0
     Bytes (*model)(const Bytes &key, int param, const Bytes &block);  // encryption, no library
 };
-const std::vector<Cipher> &ciphers();  // defined in cipher_test.cpp
+const std::vector<Cipher> &ciphers();  // defined in modes_test.cpp
 const Cipher &cipher(const char *name);
 
 Bytes evp(const char *name, bool encrypt, const Bytes &key, const Bytes &iv, const Bytes &in,
