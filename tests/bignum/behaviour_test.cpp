@@ -1,4 +1,5 @@
-// The library's deliberate behaviours, each against a small model or a value written here.
+// The library's deliberate behaviours, each against a small model or a value written here
+// (signs and forms that the GMP loop already sees on random operands are left to it).
 #include "bn_test_util.h"
 
 using namespace bntest;
@@ -55,11 +56,8 @@ const struct Pin { const char *name; Num (*make)(); uint32_t sign; Words want; }
      }, 0, {1, 0, 0}},
     {"0 * -7 is a negative zero", [] { return bin<EN_Mul>(W({}), W({7}, 1)); }, 1, {}},
     {"-0 < 0", [] { return W({cmp<EN_Comp>(W({}, 1), W({})), cmp<EN_Comp>(W({}), W({}, 1))}); }, 0, {uint32_t(-1), 1}},
-    {"5 + -5 is a positive zero", [] { return bin<EN_Add>(W({5}), W({5}, 1)); }, 0, {}},
     {"-3 / 7 quotient", [] { Num q = W({9, 9}), r; return with(uint32_t(EN_Div(q.p(), r.p(), W({3}, 1).p(), W({7}).p())), q); },
      0, {1, 0}},
-    {"-3 / 7 remainder", [] { Num r; return EN_Div(nullptr, r.p(), W({3}, 1).p(), W({7}).p()), r; }, 1, {3}},
-    {"7 / 2^32+1 remainder", [] { Num r; return EN_Div(nullptr, r.p(), W({7}).p(), W({1, 1}).p()), r; }, 0, {7}},
     {"division by an empty zero writes nothing", [] { return divByZero(W({})); }, 0, {0, 1, 2, 3}},
     {"division by a one-word zero writes nothing", [] { return divByZero(W({0})); }, 0, {0, 1, 2, 3}},
     {"right shift past the length: one-word zero", [] { Num r = W({}, 1); return EN_RShift(r.p(), W({1, 2, 3}).p(), 160), r; },
@@ -70,13 +68,11 @@ const struct Pin { const char *name; Num (*make)(); uint32_t sign; Words want; }
          EN_RShift(r.p(), W({0x11111111, 0x22222222, 0x33333333}).p(), 32);
          return r.e.length++, r;
      }, 0, {0x22222222, 0x33333333, 0}},
-    {"right shift in place keeps the sign", [] { Num a = W({8}, 1); return EN_RShift(a.p(), a.p(), 2), a; }, 1, {2}},
     {"left shift by one in place", [] { Num a = W({0x80000000, 0x80000000}); return EN_LShift1(a.p(), a.p()), a; }, 0, {0, 1, 1}},
     {"MaskBit past the length", [] { return mask({7, 9}, 64); }, 0, {0, 7, 9}},
     {"MaskBit whole-word cut is not trimmed", [] { return mask({7, 0, 9}, 64); }, 0, {1, 7, 0}},
     {"MaskBit partial cut", [] { return mask({7, 0x1234, 9}, 40); }, 0, {1, 7, 0x34}},
     {"MaskBit partial cut is trimmed", [] { return mask({7, 0x1200, 9}, 40); }, 0, {1, 7}},
-    {"-3 mod 7 keeps the sign", [] { return bin<EN_Mod>(W({3}, 1), W({7})); }, 1, {3}},
     {"Mod_Sub mod 7: a - b when a >= b, else m - (b - a), not reduced further", [] {
          return W({v(modSub(2, 5)), v(modSub(5, 2)), v(modSub(20, 5)), v(modSub(5, 20)), v(modSub(3, 3)), v(modSub(0, 6))});
      }, 0, {4, 3, 15, uint32_t(-8), 0, 1}},

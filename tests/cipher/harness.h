@@ -40,7 +40,7 @@ struct Cipher {
     int gcry;            // libgcrypt algorithm where OpenSSL has none (IDEA), else 0
     Bytes (*model)(const Bytes &key, int param, const Bytes &block);  // encryption, no library
 };
-const std::vector<Cipher> &ciphers();  // defined in cipher_test.cpp
+const std::vector<Cipher> &ciphers();  // defined in modes_test.cpp
 const Cipher &cipher(const char *name);
 
 // The oracles without padding; rc2Bits > 0 sets RC2's effective key bits.
@@ -119,24 +119,15 @@ inline Bytes oracleEncrypt(const Cipher &c, Mode m, const Bytes &key, int param,
 }
 
 // CBC without expansion: whole blocks chain as usual; a tail of r bytes is XORed with the
-// forward encryption of the last ciphertext block (the iv if there is none). Encryption emits
-// a whole last block whose bytes past r are that keystream; decryption emits r bytes.
-inline Bytes modelNoPad(const Cipher &c, const Bytes &key, const Bytes &in, Bytes chain,
-                        bool encrypt) {
-    const uint32_t bs = c.block;
-    const size_t whole = in.size() / bs * bs, r = in.size() - whole;
-    Bytes out;
-    for (size_t i = 0; i < whole; i += bs) {
-        Bytes b = slice(in, i, bs);
-        Bytes o = encrypt ? oracleBlock(c, key, 0, xorBytes(b, chain))
-                          : xorBytes(oracleBlock(c, key, 0, b, false), chain);
-        out.insert(out.end(), o.begin(), o.end());
-        chain = encrypt ? o : b;
-    }
-    if (r) {
-        Bytes o = xorBytes(oracleBlock(c, key, 0, chain), slice(in, whole, r));
-        out.insert(out.end(), o.begin(), o.begin() + long(encrypt ? bs : r));
-    }
+// forward encryption of the last ciphertext block (the iv if there is none), and the whole last
+// block is emitted, its bytes past r being that keystream.
+inline Bytes modelNoPad(const Cipher &c, const Bytes &key, const Bytes &in, const Bytes &iv) {
+    const size_t whole = in.size() / c.block * c.block;
+    Bytes out = oracleEncrypt(c, Cbc, key, 0, iv, slice(in, 0, whole));
+    if (whole == in.size()) return out;
+    const Bytes last = whole ? slice(out, whole - c.block, c.block) : iv;
+    const Bytes tail = xorBytes(oracleBlock(c, key, 0, last), slice(in, whole, in.size() - whole));
+    out.insert(out.end(), tail.begin(), tail.end());
     return out;
 }
 

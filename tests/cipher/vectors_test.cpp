@@ -64,7 +64,8 @@ TEST(Vectors, Published) {
 
 // Our key parameters against the oracle's: RC2 effective bits outside 1..1024 act as 1024 and
 // keys past 128 bytes as their first 128; RC5 rounds outside 0..16 act as 16; Blowfish keys
-// past 72 bytes as their first 72; DES ignores the parity bits and takes weak keys as given.
+// past 72 bytes as their first 72; DES takes weak keys as given. (That DES ignores the parity
+// bits shows in the mode loop, whose random keys must match OpenSSL's.)
 TEST(Vectors, KeyParameters) {
     struct Case {
         const char *cipher;
@@ -87,13 +88,6 @@ TEST(Vectors, KeyParameters) {
         Bytes block = plain;
         c.ours(key, k.param).enc(block.data());
         EXPECT_EQ(block, oracleBlock(c, slice(key, 0, k.oracleKeyLength), k.oracleParam, plain));
-    }
-    for (int t = 0; t < 16; ++t) {  // flipping parity bits changes nothing
-        Bytes key = rng.bytes(8), flipped = key, a = rng.bytes(8), b = a;
-        for (auto &x : flipped) x ^= uint8_t(rng.below(2));
-        cipher("DES").ours(key, 0).enc(a.data());
-        cipher("DES").ours(flipped, 0).enc(b.data());
-        EXPECT_EQ(a, b) << toHex(key);
     }
 }
 

@@ -5,28 +5,24 @@
 #include "random/random_internal.h"
 #include "support/oracles.h"
 
-#include <vorelcrypto/cipher.h>
 #include <vorelcrypto/hash.h>
 #include <vorelcrypto/random.h>
 
-#include <gmp.h>
-#include <gtest/gtest.h>
 #include <openssl/des.h>
 #include <openssl/sha.h>
 
 #include <cstring>
-#include <vector>
+#include <tuple>
+
+#include "bignum/bn_test_util.h"
 
 namespace {
 
 using Bytes = std::vector<uint8_t>;
+using bntest::Mpz;
+using bntest::Num;
+using bntest::toMpz;
 namespace vr = vc::random;
-
-struct Num {
-    uint32_t w[160] = {};
-    ENUM n{0, 0, w};
-    ENUM *operator&() { return &n; }
-};
 
 Bytes md5(std::initializer_list<Bytes> parts) {
     Bytes all;
@@ -95,13 +91,10 @@ void load(vr::Pool &pool, const PoolModel &m) {
     pool.firstUse = false;
 }
 
-void expectSame(const vr::Pool &pool, const PoolModel &m) {
-    EXPECT_EQ(Bytes(pool.bytes, pool.bytes + 1023), m.pool);
-    EXPECT_EQ(Bytes(pool.md, pool.md + 16), m.md);
-    EXPECT_EQ(pool.counter, m.counter);
-    EXPECT_EQ(pool.index, m.index);
-    EXPECT_EQ(pool.filled, m.filled);
+auto state(const vr::Pool &p) {
+    return std::tuple(Bytes(p.bytes, p.bytes + 1023), Bytes(p.md, p.md + 16), p.counter, p.index, p.filled);
 }
+auto state(const PoolModel &m) { return std::tuple(m.pool, m.md, m.counter, m.index, m.filled); }
 
 Bytes pattern(size_t n, uint8_t seed) {
     Bytes b(n);
@@ -126,12 +119,12 @@ TEST(Pool, MixAndOutputMatchModel) {
             Bytes in = pattern(size_t(len), uint8_t(len));
             (entropy ? vr::RAND_Seed : E_GenerateSeed_RSA)(in.data(), len);
             m.mix(in);
-            expectSame(*pool, m);
+            EXPECT_EQ(state(*pool), state(m)) << len;
             Bytes out = pattern(size_t(len) + 3, uint8_t(len + 1));  // previous contents are input
             Bytes got = out;
             (entropy ? RAND_Bytes : E_GenerateRandom_RSA)(got.data(), int32_t(got.size()));
             EXPECT_EQ(got, m.draw(out)) << len;
-            expectSame(*pool, m);
+            EXPECT_EQ(state(*pool), state(m)) << len;
         }
         *pool = saved;
     }
@@ -158,23 +151,13 @@ TEST(Des, FixedSchedulesAndChaining) {
         std::memcpy(st.a, A.data(), 8);
         std::memcpy(st.b, B.data(), 8);
         st.firstUse = false;
-        Bytes want;
-        uint32_t left = len;
-        for (; left > 8; left -= 8) {
-            x(A, B);
-            Bytes oldB = B;
-            enc(A, k1);
-            enc(B, k2);
-            x(B, A);
-            want.insert(want.end(), B.begin(), B.end());
-            B = A;
-            A = oldB;
+        Bytes want;  // per step: A' = E1(A ^ B), B' = E2(B) ^ A'; then A = B, B = A' between steps
+        for (uint32_t done = 0; done < len; done += 8) {
+            const Bytes oldB = B;
+            x(A, B), enc(A, k1), enc(B, k2), x(B, A);
+            want.insert(want.end(), B.begin(), B.begin() + std::min(8u, len - done));
+            if (len - done > 8) B = A, A = oldB;
         }
-        x(A, B);
-        enc(A, k1);
-        enc(B, k2);
-        x(B, A);
-        want.insert(want.end(), B.begin(), B.begin() + left);
         Bytes got(len);
         E_GenerateRandom(got.data(), len, 1);
         EXPECT_EQ(got, want) << len;
@@ -213,20 +196,15 @@ Bytes compress(const Bytes &value20) {
     return out;
 }
 
-struct Z {
-    mpz_t v;
-    Z() { mpz_init(v); }
-    ~Z() { mpz_clear(v); }
-};
-Bytes fixed20(const mpz_t v) {
-    Bytes b(20);
+Bytes bytesOf(mpz_srcptr v, size_t width = 0) {  // big-endian, no leading zeros or padded to width
+    Bytes b(mpz_sizeinbase(v, 2) / 8 + 1);
     size_t n = 0;
-    Bytes tmp(21);
-    mpz_export(tmp.data(), &n, 1, 1, 1, 0, v);
-    std::memcpy(b.data() + 20 - n, tmp.data(), n);
+    mpz_export(b.data(), &n, 1, 1, 1, 0, v);
+    b.resize(n);
+    b.insert(b.begin(), n < width ? width - n : 0, 0);
     return b;
 }
-void fromBytes(mpz_t v, const Bytes &b) { mpz_import(v, b.size(), 1, 1, 1, 0, b.data()); }
+void fromBytes(mpz_ptr v, const Bytes &b) { mpz_import(v, b.size(), 1, 1, 1, 0, b.data()); }
 
 Bytes seedFor(int i) { return pattern(20, uint8_t(100 + i)); }
 void testSeed(ENUM *xseed, void *arg) {
@@ -238,21 +216,21 @@ void testSeed(ENUM *xseed, void *arg) {
 // The G-function loop shared by both variants: s = XKEY (+ XSEED_i for X9.31), G = SHA-1
 // compression of s (mod q for X9.31), XKEY = XKEY + G + 1 mod 2^160. Returns G and XKEY per block.
 std::vector<std::pair<Bytes, Bytes>> gLoop(const Bytes &key, uint32_t blocks, const Bytes *q) {
-    Z k, s, g, qq, two160;
-    fromBytes(k.v, key);
-    if (q) fromBytes(qq.v, *q);
-    mpz_setbit(two160.v, 160);
+    Mpz k, s, g, qq, two160;
+    fromBytes(k, key);
+    if (q) fromBytes(qq, *q);
+    mpz_setbit(two160, 160);
     std::vector<std::pair<Bytes, Bytes>> steps;
     for (uint32_t i = 0; i < blocks; i++) {
-        fromBytes(s.v, q ? seedFor(int(i)) : Bytes());
-        mpz_add(s.v, s.v, k.v);
-        mpz_mod(s.v, s.v, two160.v);
-        fromBytes(g.v, compress(fixed20(s.v)));
-        if (q) mpz_mod(g.v, g.v, qq.v);
-        mpz_add(k.v, k.v, g.v);
-        mpz_add_ui(k.v, k.v, 1);
-        mpz_mod(k.v, k.v, two160.v);
-        steps.emplace_back(fixed20(g.v), fixed20(k.v));
+        fromBytes(s, q ? seedFor(int(i)) : Bytes());
+        mpz_add(s, s, k);
+        mpz_mod(s, s, two160);
+        fromBytes(g, compress(bytesOf(s, 20)));
+        if (q) mpz_mod(g, g, qq);
+        mpz_add(k, k, g);
+        mpz_add_ui(k, k, 1);
+        mpz_mod(k, k, two160);
+        steps.emplace_back(bytesOf(g, 20), bytesOf(k, 20));
     }
     return steps;
 }
@@ -262,11 +240,11 @@ TEST(GFunction, X931LoopMatchesModel) {
     qb[0] |= 0x80;
     for (uint32_t len : {1u, 20u, 30u, 41u}) {
         Num xkey, q;
-        EN_BytesToENUM(&xkey, key.data(), 20);
-        EN_BytesToENUM(&q, qb.data(), 20);
+        EN_BytesToENUM(xkey.p(), key.data(), 20);
+        EN_BytesToENUM(q.p(), qb.data(), 20);
         int counter = 0;
         Bytes got(len), want;
-        vr::x931Loop(got.data(), len, &xkey, &q, testSeed, &counter);
+        vr::x931Loop(got.data(), len, xkey.p(), q.p(), testSeed, &counter);
         for (const auto &st : gLoop(key, (8 * len + 159) / 160, &qb))
             want.insert(want.end(), st.second.begin(), st.second.end());
         want.resize(len);
@@ -288,41 +266,36 @@ TEST(GFunction, X962MatchesModel) {
             v.insert(v.end(), st.first.begin(), st.first.end());
             k = st.second;
         }
-        Z want, ord, got, newKey, wantKey;
-        fromBytes(want.v, v);
-        fromBytes(ord.v, order);
-        mpz_sub_ui(ord.v, ord.v, 1);
-        mpz_mod(want.v, want.v, ord.v);
-        mpz_add_ui(want.v, want.v, 1);
-        fromBytes(got.v, Bytes(out.begin(), out.begin() + outLen));
-        EXPECT_EQ(mpz_cmp(got.v, want.v), 0) << bits;
-        fromBytes(newKey.v, Bytes(xkey.begin(), xkey.begin() + xkeyLen));
-        fromBytes(wantKey.v, k);
-        EXPECT_EQ(mpz_cmp(newKey.v, wantKey.v), 0) << bits;
+        Mpz want, ord;
+        fromBytes(want, v), fromBytes(ord, order);
+        mpz_sub_ui(ord, ord, 1), mpz_mod(want, want, ord), mpz_add_ui(want, want, 1);
+        EXPECT_EQ(Bytes(out.begin(), out.begin() + outLen), bytesOf(want)) << bits;
+        EXPECT_EQ(Bytes(xkey.begin(), xkey.begin() + xkeyLen), k) << bits;
     }
 }
 
-// E_HAS160_Expand: blocks HAS-160(in || i), block 0 least significant, the top block cut.
+// HAS-160 expansion: blocks HAS-160(in || i), block 0 least significant, cut to `bits` bits.
+void expandModel(mpz_ptr out, const Bytes &in, uint32_t bits) {
+    Mpz blk;
+    mpz_set_ui(out, 0);
+    for (uint32_t i = 0; i <= (bits - 1) / 160; i++) {
+        Bytes msg = in, d(20);
+        msg.push_back(uint8_t(i));
+        E_HAS160(d.data(), msg.data(), uint32_t(msg.size()));
+        fromBytes(blk, d);
+        mpz_mul_2exp(blk, blk, 160 * i), mpz_add(out, out, blk);
+    }
+    mpz_fdiv_r_2exp(out, out, bits);
+}
+
 TEST(Has160Expand, BlocksAndLastBlockCut) {
     const Bytes in = pattern(13, 21);
     for (uint32_t bits : {1u, 8u, 159u, 160u, 161u, 165u, 322u, 326u}) {
         Num got;
-        E_HAS160_Expand(&got, in.data(), uint32_t(in.size()), bits);
-        Z want, blk;
-        const uint32_t m = (bits - 1) / 160;
-        for (uint32_t i = 0; i <= m; i++) {
-            Bytes msg = in;
-            msg.push_back(uint8_t(i));
-            Bytes d(20);
-            E_HAS160(d.data(), msg.data(), uint32_t(msg.size()));
-            fromBytes(blk.v, d);
-            if (i == m) mpz_fdiv_r_2exp(blk.v, blk.v, bits - 160 * m);
-            mpz_mul_2exp(blk.v, blk.v, 160 * i);
-            mpz_add(want.v, want.v, blk.v);
-        }
-        Z g;
-        mpz_import(g.v, size_t(got.n.length), -1, 4, 0, 0, got.w);
-        EXPECT_EQ(mpz_cmp(g.v, want.v), 0) << bits;
+        Mpz g, want;
+        E_HAS160_Expand(got.p(), in.data(), uint32_t(in.size()), bits);
+        toMpz(g, got.p()), expandModel(want, in, bits);
+        EXPECT_EQ(mpz_cmp(g, want), 0) << bits;
     }
 }
 
@@ -333,33 +306,19 @@ TEST(EcKcdsa, WidthsAndReduction) {
     for (uint32_t b : {161u, 163u}) {
         for (bool withSeed : {false, true}) {
             Num xkey, q;
-            EN_BytesToENUM(&xkey, key.data(), 21);
-            EN_BytesToENUM(&q, order.data(), 21);
+            EN_BytesToENUM(xkey.p(), key.data(), 21);
+            EN_BytesToENUM(q.p(), order.data(), 21);
             Bytes out(21);
             uint32_t outLen = 0;
-            vr::eckcdsaFromXkey(&xkey, withSeed ? seed.data() : nullptr,
-                                withSeed ? uint32_t(seed.size()) : 0, &q, b, out.data(), &outLen);
-            Z x, s, two165;
-            fromBytes(x.v, key);
-            mpz_setbit(two165.v, 165);
-            if (withSeed) {
-                Num e;
-                E_HAS160_Expand(&e, seed.data(), uint32_t(seed.size()), 165);
-                mpz_import(s.v, size_t(e.n.length), -1, 4, 0, 0, e.w);
-                mpz_add(x.v, x.v, s.v);
-            }
-            mpz_mod(x.v, x.v, two165.v);
-            Bytes xb((mpz_sizeinbase(x.v, 2) + 7) / 8);
-            mpz_export(xb.data(), nullptr, 1, 1, 1, 0, x.v);
-            Num e;
-            E_HAS160_Expand(&e, xb.data(), uint32_t(xb.size()), 2 * b);
-            Z k, ord, got;
-            mpz_import(k.v, size_t(e.n.length), -1, 4, 0, 0, e.w);
-            EXPECT_LE(mpz_sizeinbase(k.v, 2), 2 * b);
-            fromBytes(ord.v, order);
-            mpz_mod(k.v, k.v, ord.v);
-            fromBytes(got.v, Bytes(out.begin(), out.begin() + outLen));
-            EXPECT_EQ(mpz_cmp(got.v, k.v), 0);
+            vr::eckcdsaFromXkey(xkey.p(), withSeed ? seed.data() : nullptr,
+                                withSeed ? uint32_t(seed.size()) : 0, q.p(), b, out.data(), &outLen);
+            Mpz x, s, k, ord;
+            fromBytes(x, key), fromBytes(ord, order);
+            if (withSeed) expandModel(s, seed, 165), mpz_add(x, x, s);
+            mpz_fdiv_r_2exp(x, x, 165);
+            expandModel(k, bytesOf(x), 2 * b);
+            mpz_mod(k, k, ord);
+            EXPECT_EQ(Bytes(out.begin(), out.begin() + outLen), bytesOf(k)) << b << withSeed;
         }
     }
 }
@@ -373,45 +332,36 @@ TEST(RandomNumbers, BitLengthTopAndOdd) {
             for (uint32_t top : {0u, 1u}) {
                 for (uint32_t odd : {0u, 1u}) {
                     Num a;
-                    fn(&a, bits, top, odd);
-                    EXPECT_EQ(EN_GetFilledBitNum(&a), bits);
-                    const bool second = top == 0 || bits < 2 || EN_IsBitSet(&a, int32_t(bits - 2));
-                    EXPECT_TRUE(second) << bits;
-                    EXPECT_TRUE(odd == 0 || EN_IsBitSet(&a, 0)) << bits;
+                    fn(a.p(), bits, top, odd);
+                    EXPECT_EQ(EN_GetFilledBitNum(a.p()), bits);
+                    EXPECT_TRUE(top == 0 || bits < 2 || EN_IsBitSet(a.p(), int32_t(bits - 2))) << bits;
+                    EXPECT_TRUE(odd == 0 || EN_IsBitSet(a.p(), 0)) << bits;
                 }
             }
         }
     }
-    Num a;
-    EN_Random(&a, 9, 1, 0);
-    EXPECT_GE(a.w[0], 384u);
-    EN_Random(&a, 8, 1, 1);
-    EXPECT_EQ(a.w[0] & 0xc1, 0xc1u);
 }
 
 TEST(RandomNumbers, GenerateRandomLengthIsNotTrimmed) {
     for (uint32_t useDes : {0u, 1u}) {
         Num a;
-        EN_GenerateRandom(&a, 5, useDes);
-        EXPECT_EQ(a.n.length, 2);
-        EXPECT_EQ(a.n.sign, 0u);
-        EXPECT_EQ(a.w[1] >> 8, 0u);  // only one byte of the top word is drawn
+        EN_GenerateRandom(a.p(), 5, useDes);
+        EXPECT_EQ(a.e.length, 2);
+        EXPECT_EQ(a.e.sign, 0u);
+        EXPECT_EQ(a.store[1] >> 8, 0u);  // only one byte of the top word is drawn
     }
 }
 
+// Fresh XKEYs for both curve widths: the outputs stay below the order (sect163k1's n).
 TEST(ByteGenerators, OrderBoundedOutputs) {
     const uint8_t order[21] = {0x04, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x02, 0x01, 0x08, 0xa2,
-                               0xe0, 0xcc, 0x0d, 0x99, 0xf8, 0xa5, 0xef};  // sect163k1's n
+                               0xe0, 0xcc, 0x0d, 0x99, 0xf8, 0xa5, 0xef};
     for (int i = 0; i < 20; i++) {
         uint8_t out[21] = {};
-        uint32_t len = 0;
-        if (i % 2)
-            E_GenerateRandom_X962(uint32_t(i % 4 == 1 ? 7 : 3), out, &len, order, 21);
-        else
-            E_GenerateRandom_ECKCDSA(uint32_t(i % 4 == 0 ? 3 : 7), out, &len, nullptr, 0, order, 21);
-        ASSERT_LE(len, 21u);
-        ASSERT_TRUE(len < 21 || std::memcmp(out, order, 21) < 0);
-        ASSERT_GT(len, 0u);
+        uint32_t len = 0, curve = i % 4 < 2 ? 3 : 7;
+        if (i % 2) E_GenerateRandom_X962(curve, out, &len, order, 21);
+        else E_GenerateRandom_ECKCDSA(curve, out, &len, nullptr, 0, order, 21);
+        ASSERT_TRUE(len > 0 && (len < 21 || std::memcmp(out, order, 21) < 0)) << len;
     }
 }
 
