@@ -3,7 +3,7 @@
 
 namespace vc::bignum {
 
-void EN_UAdd(ENUM *r, const ENUM *a, const ENUM *b) {
+void uAdd(ENUM *r, const ENUM *a, const ENUM *b) {
     const int32_t la = a->length, lb = b->length;
     const uint32_t *x = a->words, *y = b->words;
     uint32_t *z = r->words;
@@ -23,7 +23,7 @@ void EN_UAdd(ENUM *r, const ENUM *a, const ENUM *b) {
     if (carry) z[r->length++] = 1;
 }
 
-void EN_USub(ENUM *r, const ENUM *a, const ENUM *b) {
+void uSub(ENUM *r, const ENUM *a, const ENUM *b) {
     const int32_t la = a->length, lb = b->length;
     const uint32_t *x = a->words, *y = b->words;
     uint32_t *z = r->words;
@@ -48,19 +48,19 @@ namespace {
 // `negSign` with the swapped difference.
 void signedDiff(ENUM *r, const ENUM *x, const ENUM *y, uint32_t posSign, uint32_t negSign) {
     if (EN_UComp(y, x) <= 0) {
-        EN_USub(r, x, y);
+        uSub(r, x, y);
         r->sign = posSign;
     } else {
-        EN_USub(r, y, x);
+        uSub(r, y, x);
         r->sign = negSign;
     }
 }
 
 void magnitudeSum(ENUM *r, const ENUM *a, const ENUM *b, uint32_t sign) {
     if (a->length >= b->length)
-        EN_UAdd(r, a, b);
+        uAdd(r, a, b);
     else
-        EN_UAdd(r, b, a);
+        uAdd(r, b, a);
     r->sign = sign;
 }
 

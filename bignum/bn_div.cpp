@@ -184,7 +184,7 @@ void EN_GCD(ENUM *r, const ENUM *a, const ENUM *b) {
             EN_RShift1(y, y);
             twos++;
         } else if (!xEven && !yEven) {
-            EN_USub(x, x, y);
+            uSub(x, x, y);
             EN_RShift1(x, x);
         } else {
             EN_RShift1(y, y);

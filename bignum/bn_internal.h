@@ -48,15 +48,15 @@ inline void setWordZero(ENUM *a) {
 }
 
 // Magnitude sum, a the longer operand, with the library's carry rule. r may be a or b.
-void EN_UAdd(ENUM *r, const ENUM *a, const ENUM *b);
+void uAdd(ENUM *r, const ENUM *a, const ENUM *b);
 // Magnitude difference |a| - |b| for |a| >= |b|, trimmed. r may be a or b.
-void EN_USub(ENUM *r, const ENUM *a, const ENUM *b);
+void uSub(ENUM *r, const ENUM *a, const ENUM *b);
 // out[0..n-1] = in * w; returns the carry word.
-uint32_t EN_MulWord(uint32_t *out, const uint32_t *in, int32_t n, uint32_t w);
+uint32_t mulWord(uint32_t *out, const uint32_t *in, int32_t n, uint32_t w);
 // out[0..n-1] += in * w; returns the carry word.
-uint32_t EN_MulAddWord(uint32_t *out, const uint32_t *in, int32_t n, uint32_t w);
+uint32_t mulAddWord(uint32_t *out, const uint32_t *in, int32_t n, uint32_t w);
 // out[2i], out[2i+1] = in[i]^2.
-void EN_SqrWords(uint32_t *out, const uint32_t *in, int32_t n);
+void sqrWords(uint32_t *out, const uint32_t *in, int32_t n);
 
 // The word-at-a-time schoolbook product and square exactly as documented; the exported
 // EN_Mul/EN_Sqr take faster kernels whenever the result is provably the same.

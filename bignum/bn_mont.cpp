@@ -55,7 +55,7 @@ void EN_MontReduce(ENUM *r, const ENUM *t, const EN_MontCtx *ctx) {
     T->length = al + nl + 1;
     for (int32_t i = 0; i < al; i++) {
         const uint32_t q = T.w[i] * ctx->nprime;
-        uint32_t c = EN_MulAddWord(T.w + i, n->words, nl, q);
+        uint32_t c = mulAddWord(T.w + i, n->words, nl, q);
         for (int32_t k = i + nl; c != 0 && k < kTempStorage; k++) {
             T.w[k] += c;
             c = T.w[k] < c;
@@ -63,7 +63,7 @@ void EN_MontReduce(ENUM *r, const ENUM *t, const EN_MontCtx *ctx) {
     }
     trim(T.get());
     EN_RShift(r, T.get(), int32_t(ctx->ri));
-    if (EN_UComp(r, n) >= 0) EN_USub(r, r, n);
+    if (EN_UComp(r, n) >= 0) uSub(r, r, n);
 }
 
 }  // extern "C"

@@ -7,7 +7,7 @@
 
 namespace vc::bignum {
 
-uint32_t EN_MulWord(uint32_t *out, const uint32_t *in, int32_t n, uint32_t w) {
+uint32_t mulWord(uint32_t *out, const uint32_t *in, int32_t n, uint32_t w) {
     uint64_t c = 0;
     for (int32_t i = 0; i < n; i++) {
         const uint64_t t = uint64_t(in[i]) * w + c;
@@ -17,7 +17,7 @@ uint32_t EN_MulWord(uint32_t *out, const uint32_t *in, int32_t n, uint32_t w) {
     return uint32_t(c);
 }
 
-uint32_t EN_MulAddWord(uint32_t *out, const uint32_t *in, int32_t n, uint32_t w) {
+uint32_t mulAddWord(uint32_t *out, const uint32_t *in, int32_t n, uint32_t w) {
     uint64_t c = 0;
     for (int32_t i = 0; i < n; i++) {
         const uint64_t t = uint64_t(in[i]) * w + out[i] + c;
@@ -27,7 +27,7 @@ uint32_t EN_MulAddWord(uint32_t *out, const uint32_t *in, int32_t n, uint32_t w)
     return uint32_t(c);
 }
 
-void EN_SqrWords(uint32_t *out, const uint32_t *in, int32_t n) {
+void sqrWords(uint32_t *out, const uint32_t *in, int32_t n) {
     for (int32_t i = 0; i < n; i++) {
         const uint64_t t = uint64_t(in[i]) * in[i];
         out[2 * i] = uint32_t(t);
@@ -43,8 +43,8 @@ void mulLiteral(ENUM *r, const ENUM *a, const ENUM *b) {
         return;
     }
     uint32_t *z = r->words;
-    z[la] = EN_MulWord(z, a->words, la, b->words[0]);
-    for (int32_t j = 1; j < lb; j++) z[j + la] = EN_MulAddWord(z + j, a->words, la, b->words[j]);
+    z[la] = mulWord(z, a->words, la, b->words[0]);
+    for (int32_t j = 1; j < lb; j++) z[j + la] = mulAddWord(z + j, a->words, la, b->words[j]);
     r->length = la + lb;
     if (z[r->length - 1] == 0) r->length--;
 }
@@ -77,13 +77,13 @@ void sqrLiteral(ENUM *r, const ENUM *a) {
     z[0] = 0;
     z[2 * n - 1] = 0;
     if (n > 1) {
-        z[n] = EN_MulWord(z + 1, x + 1, n - 1, x[0]);
-        for (int32_t i = 1; i < n - 1; i++) z[i + n] = EN_MulAddWord(z + 2 * i + 1, x + i + 1, n - i - 1, x[i]);
+        z[n] = mulWord(z + 1, x + 1, n - 1, x[0]);
+        for (int32_t i = 1; i < n - 1; i++) z[i + n] = mulAddWord(z + 2 * i + 1, x + i + 1, n - i - 1, x[i]);
     }
     for (int32_t k = 2 * n - 1; k > 0; k--) z[k] = (z[k] << 1) | (z[k - 1] >> 31);
     z[0] <<= 1;
     uint32_t d[kTempWords];
-    EN_SqrWords(d, x, n);
+    sqrWords(d, x, n);
     ruleSum(2 * n, [z](int32_t k) { return z[k]; }, d, [z](int32_t k, uint32_t s) { z[k] = s; });
     r->length = 2 * n;
     trim(r);

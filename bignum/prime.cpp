@@ -47,7 +47,7 @@ int32_t probablePrime(const ENUM *n, int32_t trials, Draw draw) {
     const uint32_t bits = EN_GetFilledBitNum(nn.get());
     for (int32_t t = 0; t < trials; t++) {
         draw(a.get(), bits - 1, 0, 0);
-        if (EN_Witness(a.get(), n) == 1) return 0;
+        if (witness(a.get(), n) == 1) return 0;
     }
     return 1;
 }
@@ -89,7 +89,7 @@ uint32_t randWord() {
 
 }  // namespace
 
-int32_t EN_Reciprocal(ENUM *recip, const ENUM *n) {
+int32_t reciprocal(ENUM *recip, const ENUM *n) {
     Temp nn, power;
     bignum::loadTemp(nn, n);
     const int32_t nb = int32_t(EN_GetFilledBitNum(nn.get()));
@@ -100,7 +100,7 @@ int32_t EN_Reciprocal(ENUM *recip, const ENUM *n) {
     return nb;
 }
 
-int32_t EN_ModMulReciprocal(ENUM *r, const ENUM *x, const ENUM *y, const ENUM *n,
+int32_t modMulReciprocal(ENUM *r, const ENUM *x, const ENUM *y, const ENUM *n,
                             const ENUM *recip, int32_t nb) {
     Temp t, a, d, nd, diff;
     if (x == y)
@@ -126,26 +126,26 @@ int32_t EN_ModMulReciprocal(ENUM *r, const ENUM *x, const ENUM *y, const ENUM *n
     return EN_Comp(diff.get(), n) >= 0 ? -1 : 1;
 }
 
-int32_t EN_Witness(const ENUM *a, const ENUM *n) {
+int32_t witness(const ENUM *a, const ENUM *n) {
     Temp m, recip, d, x;
     EN_SubU32(m.get(), n, 1);
     vc::bignum::trim(m.get());
     const int32_t k = int32_t(EN_GetFilledBitNum(m.get()));
-    const int32_t nb = EN_Reciprocal(recip.get(), n);
+    const int32_t nb = reciprocal(recip.get(), n);
     EN_U32ToENUM(d.get(), 1);
     for (int32_t i = k - 1; i >= 0; i--) {
         EN_Copy(x.get(), d.get());
-        EN_ModMulReciprocal(d.get(), x.get(), x.get(), n, recip.get(), nb);
+        modMulReciprocal(d.get(), x.get(), x.get(), n, recip.get(), nb);
         if (isOne(d.get()) && !isOne(x.get()) && !equal(x.get(), m.get())) return 1;
         if (EN_IsBitSet(m.get(), i)) {
             EN_Copy(x.get(), d.get());
-            EN_ModMulReciprocal(d.get(), x.get(), a, n, recip.get(), nb);
+            modMulReciprocal(d.get(), x.get(), a, n, recip.get(), nb);
         }
     }
     return isOne(d.get()) ? 0 : 1;
 }
 
-int32_t EN_IsProbablePrime(const ENUM *n, int32_t trials) { return probablePrime(n, trials, EN_Random); }
+int32_t isProbablePrime(const ENUM *n, int32_t trials) { return probablePrime(n, trials, EN_Random); }
 
 int32_t EN_IsProbablePrimeX9(const ENUM *n, int32_t trials) {
     return probablePrime(n, trials, EN_X9_31Random);
@@ -207,7 +207,7 @@ using namespace vc::prime;
 
 extern "C" {
 
-int32_t EN_IsPrime(const ENUM *n) { return EN_IsProbablePrime(n, 5); }
+int32_t EN_IsPrime(const ENUM *n) { return isProbablePrime(n, 5); }
 
 int32_t EN_IsStrongPrime(const ENUM *p) { return strongTest(p, EN_Random); }
 
@@ -225,7 +225,7 @@ int32_t EN_GenerateStrongX9Prime(ENUM *p, int32_t bits) {
 
 int32_t EN_GeneratePrimeDH(ENUM *p, uint32_t bits, const ENUM *add, const ENUM *rem) {
     do classCandidate(p, bits, add, rem);
-    while (EN_IsProbablePrime(p, 5) == 0);
+    while (isProbablePrime(p, 5) == 0);
     return 1;
 }
 

@@ -30,14 +30,14 @@ inline constexpr std::array<uint32_t, kSmallPrimeCount> kSmallPrimes = makeSmall
 static_assert(kSmallPrimes[kSmallPrimeCount - 1] == 17863);
 
 // recip = 2^(2 nb) / n (quotient), nb = bit length of n; returns nb.
-int32_t EN_Reciprocal(ENUM *recip, const ENUM *n);
+int32_t reciprocal(ENUM *recip, const ENUM *n);
 // r = x y mod n by Barrett reduction; -1 when three subtractions leave r >= n, else 1.
-int32_t EN_ModMulReciprocal(ENUM *r, const ENUM *x, const ENUM *y, const ENUM *n,
+int32_t modMulReciprocal(ENUM *r, const ENUM *x, const ENUM *y, const ENUM *n,
                             const ENUM *recip, int32_t nb);
 // 1 when a proves n composite (a non-trivial square root of 1, or a^(n-1) != 1), else 0.
-int32_t EN_Witness(const ENUM *a, const ENUM *n);
+int32_t witness(const ENUM *a, const ENUM *n);
 // `trials` witnesses from EN_Random (or EN_X9_31Random): 1 probable prime, 0 composite.
-int32_t EN_IsProbablePrime(const ENUM *n, int32_t trials);
+int32_t isProbablePrime(const ENUM *n, int32_t trials);
 int32_t EN_IsProbablePrimeX9(const ENUM *n, int32_t trials);
 
 // RSA/X9 candidate: random bits-bit odd number with two top bits, moved up by the least even

@@ -57,9 +57,9 @@ TEST(Barrett, ModMulReciprocalAgreesWithGmp) {
             mpz_urandomm(x, rs, n);
             mpz_urandomm(y, rs, n);
             Num en = fromMpz(n), ex = fromMpz(x), ey = fromMpz(y), recip, r;
-            const int32_t nb = vc::prime::EN_Reciprocal(recip.p(), en.p());
+            const int32_t nb = vc::prime::reciprocal(recip.p(), en.p());
             ASSERT_EQ(uint32_t(nb), bits);
-            ASSERT_EQ(vc::prime::EN_ModMulReciprocal(r.p(), ex.p(), ey.p(), en.p(), recip.p(), nb), 1);
+            ASSERT_EQ(vc::prime::modMulReciprocal(r.p(), ex.p(), ey.p(), en.p(), recip.p(), nb), 1);
             toMpz(got, r.p());
             mpz_mul(x, x, y);
             mpz_mod(x, x, n);
@@ -115,7 +115,7 @@ TEST(IsPrime, AgreesWithGmpOnOddNumbers) {
         primes += want;
         ASSERT_EQ(EN_IsPrime(n.p()), want) << mpz_get_ui(v);
         EN_Random(a.p(), 63, 0, 0);
-        ASSERT_TRUE(!want || vc::prime::EN_Witness(a.p(), n.p()) == 0);
+        ASSERT_TRUE(!want || vc::prime::witness(a.p(), n.p()) == 0);
     }
     EXPECT_GT(primes, 0);
     gmp_randclear(rs);

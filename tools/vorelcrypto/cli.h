@@ -19,11 +19,14 @@ struct Command {
     Command(const char *name, const char *summary, const char *usage, Handler run);
     const char *name;
     const char *summary;
-    const char *usage;  // full --help text
+    const char *usage;  // full --help text; nullptr for genkey/sign/verify, see pkUsage
     Handler run;
 };
 
 const std::vector<const Command *> &commands();
+
+// The --help text of genkey, sign and verify, built from the registered algorithms.
+std::string pkUsage(std::string_view command);
 
 // Prints "vorelcrypto: <message>" on standard error and returns kUsage (or `status`).
 int fail(const std::string &message, int status = kUsage);

@@ -106,14 +106,14 @@ Options::Options(std::vector<std::string_view> args, std::vector<std::string_vie
             positional_.emplace_back(a);
         } else if (a == "--") {
             onlyPositional = true;
-        } else if (a == "--help" || a == "-h" || contains(flags, a)) {
-            values_.emplace_back(std::string(a), std::string());
         } else if (contains(withValue, a)) {
             if (i + 1 == args.size()) {
                 error_ = "option " + std::string(a) + " needs a value";
                 return;
             }
             values_.emplace_back(std::string(a), std::string(args[++i]));
+        } else if (a == "--help" || a == "-h" || contains(flags, a)) {
+            values_.emplace_back(std::string(a), std::string());
         } else {
             error_ = "unknown option " + std::string(a);
             return;
@@ -144,9 +144,11 @@ int main(int argc, char **argv) {
     for (const cli::Command *c : cli::commands()) {
         if (std::strcmp(c->name, argv[1]) != 0) continue;
         std::vector<std::string_view> args(argv + 2, argv + argc);
-        for (std::string_view a : args) {
-            if (a == "--help" || a == "-h") {
-                std::fputs(c->usage, stdout);
+        // "-h" is help unless a value follows it: sign and verify take "-h HASH".
+        for (size_t i = 0; i < args.size(); ++i) {
+            std::string_view a = args[i];
+            if (a == "--help" || (a == "-h" && i + 1 == args.size())) {
+                std::fputs(c->usage != nullptr ? c->usage : cli::pkUsage(c->name).c_str(), stdout);
                 return cli::kOk;
             }
             if (a == "--") break;
