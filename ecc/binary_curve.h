@@ -1,0 +1,35 @@
+// Arithmetic on the binary curves y^2 + xy = x^3 + ax^2 + b over GF(2^m), m <= 192, for the
+// curve layer (curve records, point validation, the scalar-multiplication dispatcher and the
+// EC protocols). Elements cross this interface as six 32-bit words, least significant first;
+// an affine point is twelve words (x in 0-5, y in 6-11) and the point at infinity is all zero.
+#pragma once
+
+#include <cstdint>
+
+namespace vc::ecc {
+
+// GF(2^m) reduced by x^m + x^k3 + x^k2 + x^k1 + 1.
+struct BinaryField {
+    uint32_t m, k3, k2, k1;
+};
+
+// Parses the text form "m;k3;k2;k1;0" (for example "163;7;6;3;0"); false on anything else,
+// including m above 192 or exponents out of order.
+bool parseBinaryField(const char *text, BinaryField *field);
+
+// Whether y^2 + xy == x^3 + ax^2 + b in the field (operands reduced below x^m).
+bool binaryOnCurve(const BinaryField &field, const uint32_t a[6], const uint32_t b[6],
+                   const uint32_t x[6], const uint32_t y[6]);
+
+// result = scalar * point on the curve with coefficients a and b, scalar up to 192 bits.
+// `curveId` selects the curve-specific methods (3: the Koblitz curve; 5, 11, 21, 22: the
+// general method) and `methodFlag` != 0 takes the built-in fixed-base tables of the curve's G
+// instead of the given point. `constantTime` asks for a multiplication whose branches and
+// memory accesses do not depend on the scalar's bits (used for private scalars).
+// The result equals that of the affine double-and-add with the usual b-free affine formulas
+// for every input point, on the curve or not.
+void binaryScalarMul(int curveId, int methodFlag, const BinaryField &field, const uint32_t a[6],
+                     const uint32_t b[6], const uint32_t point[12], const uint32_t scalar[6],
+                     uint32_t result[12], bool constantTime);
+
+}  // namespace vc::ecc
