@@ -13,6 +13,20 @@ struct BinaryField {
     uint32_t m, k3, k2, k1;
 };
 
+// The published constants of a built-in binary curve (ids 3, 5, 11, 21, 22), big-endian,
+// 21 octets each. Ids 21 and 22 pair the X9.62 c2pnb163v2/v3 constants with the polynomial
+// "163;7;6;3;0" on purpose: stored keys depend on that pairing.
+struct BinaryCurveConstants {
+    const char *name;        // "sect163k1", "c2pnb163v1", "sect163r2", ...
+    const char *polynomial;  // text form, "163;7;6;3;0" or "163;8;2;1;0"
+    uint8_t a[21], b[21], gx[21], gy[21], n[21];
+    uint8_t h;
+    uint8_t seed[20];
+    uint32_t seedLength;  // 20, or 0 where the curve has no seed (id 3)
+};
+// The constants of a built-in binary curve, or nullptr for any other id.
+const BinaryCurveConstants *binaryCurveConstants(int curveId);
+
 // Parses the text form "m;k3;k2;k1;0" (for example "163;7;6;3;0"); false on anything else,
 // including m above 192 or exponents out of order.
 bool parseBinaryField(const char *text, BinaryField *field);
