@@ -30,8 +30,8 @@ void printOverview(FILE *out) {
 }
 }  // namespace
 
-Command::Command(const char *n, const char *s, const char *u, Handler r)
-    : name(n), summary(s), usage(u), run(r) {
+Command::Command(const char *n, const char *s, const char *u, Handler r, bool h)
+    : name(n), summary(s), usage(u), run(r), hTakesValue(h) {
     registry().push_back(this);
 }
 
@@ -90,7 +90,7 @@ bool writeFile(const std::string &path, const uint8_t *data, size_t length, std:
     }
     bool ok = std::fwrite(data, 1, length, f) == length;
     ok = (toStdout ? std::fflush(f) : std::fclose(f)) == 0 && ok;
-    if (!ok) error = (toStdout ? std::string("standard output") : path) + ": write error";
+    if (!ok) error = toStdout ? kStdoutWriteError : path + ": write error";
     return ok;
 }
 
@@ -135,19 +135,27 @@ std::string Options::value(std::string_view name, std::string fallback) const {
 
 }  // namespace cli
 
-int main(int argc, char **argv) {
-    if (argc < 2 || std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0 ||
-        std::strcmp(argv[1], "help") == 0) {
-        cli::printOverview(argc < 2 ? stderr : stdout);
-        return argc < 2 ? cli::kUsage : cli::kOk;
+namespace {
+
+// Runs the command named by argv[1], or prints help; returns the exit status.
+int dispatch(int argc, char **argv) {
+    if (argc < 2) {
+        cli::printOverview(stderr);
+        return cli::kUsage;
+    }
+    const std::string_view name = argv[1];
+    if (name == "--help" || name == "-h" || name == "help") {
+        cli::printOverview(stdout);
+        return cli::kOk;
     }
     for (const cli::Command *c : cli::commands()) {
-        if (std::strcmp(c->name, argv[1]) != 0) continue;
+        if (name != c->name && !(name == "--version" && std::strcmp(c->name, "version") == 0)) continue;
         std::vector<std::string_view> args(argv + 2, argv + argc);
-        // "-h" is help unless a value follows it: sign and verify take "-h HASH".
+        // "-h" asks for help, except where the command takes "-h VALUE" (sign and verify's
+        // "-h HASH"): there only a last "-h" does.
         for (size_t i = 0; i < args.size(); ++i) {
             std::string_view a = args[i];
-            if (a == "--help" || (a == "-h" && i + 1 == args.size())) {
+            if (a == "--help" || (a == "-h" && (!c->hTakesValue || i + 1 == args.size()))) {
                 std::fputs(c->usage != nullptr ? c->usage : cli::pkUsage(c->name).c_str(), stdout);
                 return cli::kOk;
             }
@@ -155,5 +163,16 @@ int main(int argc, char **argv) {
         }
         return c->run(std::move(args));
     }
-    return cli::fail(std::string("unknown command '") + argv[1] + "' (try --help)");
+    return cli::fail("unknown command '" + std::string(name) + "' (try --help)");
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    const int status = dispatch(argc, argv);
+    // Output that never reached its destination (a full disk, a closed pipe) fails the command,
+    // whichever command printed it; a command that already failed has said why.
+    if ((std::fflush(stdout) != 0 || std::ferror(stdout) != 0) && status == cli::kOk)
+        return cli::fail(cli::kStdoutWriteError, cli::kFailed);
+    return status;
 }
