@@ -71,7 +71,7 @@ std::string usageOf(const char *command, const char *synopsis, bool genkey) {
         const char *lines = genkey ? a->genkeyUsage : a->signUsage;
         if (lines != nullptr) text += lines;
     }
-    if (text.size() == head) text += "No public-key algorithm is built into this program yet.\n";
+    if (text.size() == head) text += "This build has no public-key algorithm.\n";
     return text;
 }
 
@@ -119,8 +119,9 @@ int runVerify(std::vector<std::string_view> args) {
     Options opts(args, kSignValues, kSignFlags);
     const PkAlgorithm *alg = nullptr;
     std::vector<uint8_t> key, message, signature;
+    // Before prepare() reads the message, which may be standard input.
+    if (opts.ok() && !opts.has("--sig")) return fail("verify needs --sig FILE");
     if (int status = prepare(opts, "verify", alg, key, message); status != kOk) return status;
-    if (!opts.has("--sig")) return fail("verify needs --sig FILE");
     std::string error;
     if (!readFile(opts.value("--sig"), signature, error)) return fail(error, kFailed);
     int status = alg->verify(opts, key, message, signature);
