@@ -91,9 +91,10 @@ int prepare(const Options &opts, const char *command, const PkAlgorithm *&alg,
             std::vector<uint8_t> &key, std::vector<uint8_t> &message) {
     if (!opts.ok()) return fail(opts.error());
     alg = findPkAlgorithm(opts.value("-a"));
-    if (alg == nullptr || alg->sign == nullptr)
-        return fail((opts.has("-a") ? "unknown algorithm '" + opts.value("-a") + "'" : std::string("missing -a ALG")) +
-                    " (" + namesOf(false) + ")");
+    if (alg == nullptr || alg->sign == nullptr) {
+        const std::string what = opts.has("-a") ? "unknown algorithm '" + opts.value("-a") + "'" : "missing -a ALG";
+        return fail(what + " (" + namesOf(false) + ")");
+    }
     if (!opts.has("-k")) return fail("missing -k KEYFILE");
     if (opts.positional().size() > 1) return fail(std::string(command) + " takes at most one FILE");
     std::string error;
