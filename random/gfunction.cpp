@@ -1,10 +1,10 @@
 // The SHA-1 G-function generators of X9.31 and X9.62 / FIPS 186: each iteration compresses a
 // 20-byte value followed by 44 zero bytes with E_MySHA1 and advances XKEY by the result plus 1.
+// E_X9_31RandomBytes, which needs a fresh prime per call, is built on x931Loop in primes/.
 #include "bignum/bn_internal.h"
 #include "random/random_internal.h"
 
 #include <vorelcrypto/hash.h>
-#include <vorelcrypto/prime.h>
 #include <vorelcrypto/random.h>
 
 #include <cstring>
@@ -51,8 +51,6 @@ void advance(ENUM *xkey, const ENUM *x) {
     cut160(t.get());
     EN_Copy(xkey, t.get());
 }
-
-void poolSeed(ENUM *xseed, void *) { EN_Random(xseed, 160, 1, 1); }
 
 void constantSeed(ENUM *xseed, void *arg) { EN_Copy(xseed, static_cast<const ENUM *>(arg)); }
 
@@ -132,13 +130,6 @@ uint32_t x962Loop(uint8_t *out, uint32_t bits, ENUM *xkey, const ENUM *xseed) {
 using namespace vc::random;
 
 extern "C" {
-
-void E_X9_31RandomBytes(uint8_t *out, uint32_t len) {
-    Temp xkey, q;
-    EN_Random(xkey.get(), 160, 1, 1);
-    EN_GeneratePrimeRSA(q.get(), 160);
-    x931Loop(out, len, xkey.get(), q.get(), poolSeed, nullptr);
-}
 
 void E_X9_31RandomBytes2(uint8_t *out, uint32_t len, uint8_t *xkey, uint32_t *xkeyLen,
                          const uint8_t *xseed, uint32_t xseedLen, const uint8_t *q, uint32_t qLen) {

@@ -51,6 +51,12 @@ struct ChainState {
 };
 ChainState &chainState();
 
+// ---- random numbers ----
+using ByteSource = void (*)(uint8_t *out, uint32_t len);
+// EN_Random's shape on any byte source: the time is mixed into the entropy pool, (bits + 7) / 8
+// bytes are drawn, the top bit (two with top != 0) and, with odd != 0, bit 0 are forced.
+void randomNumber(ENUM *a, uint32_t bits, uint32_t top, uint32_t odd, ByteSource source);
+
 // ---- G-function loops (tests drive them with their own XKEY, XSEED and q) ----
 // Supplies one XSEED per iteration.
 using SeedSource = void (*)(ENUM *xseed, void *arg);

@@ -1,5 +1,5 @@
 // Prime tests and generators, every result confirmed with GMP.
-#include "bignum/prime_internal.h"
+#include "primes/prime_internal.h"
 
 #include <vorelcrypto/prime.h>
 #include <vorelcrypto/random.h>

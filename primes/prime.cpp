@@ -1,6 +1,6 @@
 // Probable-prime tests and the prime generators for RSA, X9.31 and Diffie-Hellman parameters.
 #include "bignum/bn_internal.h"
-#include "bignum/prime_internal.h"
+#include "primes/prime_internal.h"
 
 #include <vorelcrypto/prime.h>
 #include <vorelcrypto/random.h>
