@@ -103,10 +103,10 @@ int32_t reciprocal(ENUM *recip, const ENUM *n) {
 int32_t modMulReciprocal(ENUM *r, const ENUM *x, const ENUM *y, const ENUM *n,
                             const ENUM *recip, int32_t nb) {
     Temp t, a, d, nd, diff;
-    if (x == y)
-        EN_Sqr(t.get(), x);
-    else
-        EN_Mul(t.get(), x, y);
+    // EN_Sqr drops a carry into an all-ones word of the doubled cross products (stored results
+    // depend on that square), which made the witness test square n - 1 of a Mersenne prime
+    // wrongly and call the prime composite; the product of x with itself is always exact.
+    EN_Mul(t.get(), x, y);
     // The quotient estimate is taken as a value: a shift that empties a number leaves the
     // one-word zero, whose extra length would make the magnitude comparison inside EN_Sub
     // treat n * 0 as larger than t, so each step is trimmed before it is used.

@@ -6,6 +6,8 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include "bignum/bn_test_util.h"
 
@@ -27,15 +29,18 @@ bool gmpPrime(const ENUM *a) {
     return mpz_probab_prime_p(v, 30) != 0;
 }
 
-// The 2048-bit MODP group of RFC 3526, a safe prime.
-const char *const rfc3526 =
+// The MODP primes of RFC 3526 that fit the 75-word moduli: groups 5 (1536 bits) and 14 (2048
+// bits), both safe primes. They share their first 368 hex digits (the bits of pi).
+const std::string kModpPrefix =
     "FFFFFFFFFFFFFFFFC90FDAA22168C234C4C6628B80DC1CD129024E088A67CC74020BBEA63B139B22514A0879"
     "8E3404DDEF9519B3CD3A431B302B0A6DF25F14374FE1356D6D51C245E485B576625E7EC6F44C42E9A637ED6B"
     "0BFF5CB6F406B7EDEE386BFB5A899FA5AE9F24117C4B1FE649286651ECE45B3DC2007CB8A163BF0598DA4836"
     "1C55D39A69163FA8FD24CF5F83655D23DCA3AD961C62F356208552BB9ED529077096966D670C354E4ABC9804"
-    "F1746C08CA18217C32905E462E36CE3BE39E772C180E86039B2783A2EC07A28FB5C55DF06F4C52C9DE2BCBF6"
+    "F1746C08CA";
+const std::string kModp1536 = kModpPrefix + "237327FFFFFFFFFFFFFFFF";
+const std::string kModp2048 = kModpPrefix +
+    "18217C32905E462E36CE3BE39E772C180E86039B2783A2EC07A28FB5C55DF06F4C52C9DE2BCBF6"
     "955817183995497CEA956AE515D2261898FA051015728E5A8AACAA68FFFFFFFFFFFFFFFF";
-
 TEST(SmallPrimes, TableIsTheFirst2048Primes) {
     Mpz p;
     mpz_set_ui(p, 1);
@@ -56,10 +61,15 @@ TEST(Barrett, ModMulReciprocalAgreesWithGmp) {
             mpz_setbit(n, bits - 1);
             mpz_urandomm(x, rs, n);
             mpz_urandomm(y, rs, n);
+            if (trial == 0) {  // all-ones words: (2^bits - 2)^2, squared through one record
+                mpz_set_ui(n, 0), mpz_setbit(n, bits), mpz_sub_ui(n, n, 1);
+                mpz_sub_ui(x, n, 1), mpz_set(y, x);
+            }
             Num en = fromMpz(n), ex = fromMpz(x), ey = fromMpz(y), recip, r;
             const int32_t nb = vc::prime::reciprocal(recip.p(), en.p());
             ASSERT_EQ(uint32_t(nb), bits);
-            ASSERT_EQ(vc::prime::modMulReciprocal(r.p(), ex.p(), ey.p(), en.p(), recip.p(), nb), 1);
+            const ENUM *second = trial == 0 ? ex.p() : ey.p();
+            ASSERT_EQ(vc::prime::modMulReciprocal(r.p(), ex.p(), second, en.p(), recip.p(), nb), 1);
             toMpz(got, r.p());
             mpz_mul(x, x, y);
             mpz_mod(x, x, n);
@@ -69,35 +79,82 @@ TEST(Barrett, ModMulReciprocalAgreesWithGmp) {
     gmp_randclear(rs);
 }
 
-// Known primes and composites; the composites include Carmichael numbers and strong
-// pseudoprimes to small bases, which a Fermat test or fixed bases would let through.
-TEST(IsPrime, KnownPrimesAndComposites) {
-    std::srand(1);
-    const struct {
-        const char *hex;
-        int prime;
-    } cases[] = {
-        {"7FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF", 1},  // 2^127 - 1
-        {rfc3526, 1},
-        {"FFFFFFFB", 1},                          // 2^32 - 5
-        {"FFFFFFFFFFFFFFC5", 1},                  // 2^64 - 59
-        {"231", 0},                               // 561
-        {"A051", 0},                              // 41041
-        {"C97B1", 0},                             // 825265
-        {"BFA0B1C7", 0},                          // 3215031751
-        {"FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF", 0},  // 2^128 - 1
-        {"7FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFD", 0},  // 2^127 - 3
-    };
-    for (const auto &c : cases) {
-        Num n = hexNum(c.hex);
-        EXPECT_EQ(EN_IsPrime(n.p()), c.prime) << c.hex;
-        EXPECT_EQ(gmpPrime(n.p()), c.prime != 0);
-        if (std::strlen(c.hex) < 5) continue;  // random bases below 2^16 are left to EN_IsPrime
-        // 3215031751 is a strong pseudoprime to bases 2, 3, 5 and 7: random bases expose it.
-        int passes = 0;
-        for (int i = 0; i < 8; i++) passes += EN_MillerRabin(n.p());
-        EXPECT_EQ(passes >= 4, c.prime != 0) << c.hex;
+struct Known {
+    Num n;
+    bool prime;
+};
+
+// Every Mersenne prime within the 75-word moduli, the MODP primes, and composites that fool
+// weaker tests: Carmichael numbers (every coprime base passes Fermat's test) and strong
+// pseudoprimes to base 2 (the last three to every base up to 23, 37 and 41).
+std::vector<Known> knownNumbers() {
+    std::vector<Known> out;
+    for (unsigned e : {2u, 3u, 5u, 7u, 13u, 17u, 19u, 31u, 61u, 89u, 107u, 127u, 521u, 607u, 1279u,
+                       2203u, 2281u}) {
+        Mpz v;
+        mpz_setbit(v, e);
+        mpz_sub_ui(v, v, 1);
+        out.push_back({fromMpz(v), true});
     }
+    out.push_back({hexNum(kModp1536.c_str()), true});
+    out.push_back({hexNum(kModp2048.c_str()), true});
+    out.push_back({hexNum("FFFFFFFFFFFFFFC5"), true});  // 2^64 - 59, no all-ones words below
+    for (const char *dec : {"561", "1105", "1729", "2465", "2821", "6601", "8911", "10585", "41041",
+                            "62745", "101101", "825265", "321197185", "3215031751", "2047",
+                            "3277", "4033", "4681", "8321", "42799", "65281", "90751",
+                            "3825123056546413051", "318665857834031151167461",
+                            "3317044064679887385961981"}) {
+        Mpz v;
+        mpz_set_str(v, dec, 10);
+        out.push_back({fromMpz(v), false});
+    }
+    out.push_back({hexNum("FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF"), false});  // 2^128 - 1
+    out.push_back({hexNum("7FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFD"), false});  // 2^127 - 3
+    return out;
+}
+
+// GMP's strong test to one base: false when a proves n composite.
+bool strongProbablePrime(mpz_srcptr n, mpz_srcptr a) {
+    Mpz m, u, x;
+    mpz_sub_ui(m, n, 1);
+    const mp_bitcnt_t s = mpz_scan1(m, 0);
+    mpz_tdiv_q_2exp(u, m, s);
+    mpz_powm(x, a, u, n);
+    if (mpz_cmp_ui(x.z, 1) == 0 || mpz_cmp(x, m) == 0) return true;
+    for (mp_bitcnt_t i = 1; i < s; i++) {
+        mpz_powm_ui(x, x, 2, n);
+        if (mpz_cmp(x, m) == 0) return true;
+    }
+    return false;
+}
+
+// The table agrees with GMP; the exported tests classify every entry (random witnesses never
+// reject a prime, and the composites have few strong liars); and the internal witness test,
+// on fixed bases, never rejects a prime and finds every base that GMP's strong test finds.
+TEST(IsPrime, KnownNumbersAgainstGmp) {
+    gmp_randstate_t rs;
+    gmp_randinit_default(rs);
+    gmp_randseed_ui(rs, 3);
+    for (const Known &k : knownNumbers()) {
+        Mpz n, a, top;
+        toMpz(n, k.n.p());
+        const std::string name = mpz_get_str(nullptr, 16, n);
+        ASSERT_EQ(mpz_probab_prime_p(n, 30) != 0, k.prime) << name;
+        EXPECT_EQ(EN_IsPrime(k.n.p()), int32_t(k.prime)) << name;
+        if (k.prime && mpz_sizeinbase(n, 2) > 16) {  // one-word witnesses are redrawn below n
+            for (int i = 0; i < 3; i++) EXPECT_EQ(EN_MillerRabin(k.n.p()), 1) << name;
+        }
+        if (mpz_cmp_ui(n.z, 5) < 0) continue;
+        mpz_sub_ui(top, n, 3);
+        for (int i = 0; i < (mpz_sizeinbase(n, 2) > 1000 ? 3 : 12); i++) {
+            mpz_urandomm(a, rs, top);
+            mpz_add_ui(a, a, 2);  // 2 <= a <= n - 2
+            if (i == 0) mpz_set_ui(a, 2);
+            const int32_t found = vc::prime::witness(fromMpz(a).p(), k.n.p());
+            if (k.prime || !strongProbablePrime(n, a)) { ASSERT_EQ(found, k.prime ? 0 : 1) << name; }
+        }
+    }
+    gmp_randclear(rs);
 }
 
 TEST(IsPrime, AgreesWithGmpOnOddNumbers) {
@@ -129,7 +186,7 @@ TEST(IsPrime, StrongTests) {
     } cases[] = {
         {"FFFFFFFFFFFFFFC5", 0, -1, 0},                  // 2^64 - 59
         {"7FFFFFFFFFFFFFFFFFFFFFFFFFFFF55F", 1, -1, 1},  // a safe prime
-        {rfc3526, 1, 1, -1},
+        {kModp2048.c_str(), 1, 1, -1},
         {"7FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF", 0, 0, -1},  // (p - 1) / 2 is divisible by 3
     };
     for (const auto &c : cases) {
