@@ -1,4 +1,5 @@
 // The DES generator, the MD5 hash-chain generator and the byte and ENUM front ends over them.
+#include "common/wipe.h"
 #include "hash/md5.h"
 #include "random/random_internal.h"
 
@@ -29,8 +30,8 @@ const DesKeySchedule kSchedule2 = {{
     0xc8e0f80c, 0x84ec3440, 0x041860fc, 0xc8e040fc, 0xe8dc888c, 0xb020d400, 0x1c18a8b4, 0x480c6898,
 }};
 
-DesState g_des{{}, {}, true};
-ChainState g_chain{{}, true};
+DesState g_des{{}, {}, true, 0};
+ChainState g_chain{{}, true, 0};
 
 void storeWords(uint8_t *dst, uint32_t w0, uint32_t w1) {
     std::memcpy(dst, &w0, 4);
@@ -54,7 +55,22 @@ void seedDes(DesState &st) {
         xor8(st.a, extra + i);
         xor8(st.b, extra + i + 8);
     }
-    std::memset(extra, 0, sizeof extra);
+    secure_wipe(extra, sizeof extra);
+}
+
+// First use, or a state copied into a child by fork(): the child's process id and fresh
+// entropy are folded into A and B, so that parent and child part ways.
+void refreshDes(DesState &st) {
+    const uint32_t generation = forkGeneration();
+    if (st.firstUse) {
+        seedDes(st);
+    } else if (st.forkGeneration != generation) {
+        uint8_t seed[kForkSeedLen] = {};
+        forkSeed(seed);
+        for (uint32_t i = 0; i < kForkSeedLen; i++) (i % 16 < 8 ? st.a : st.b)[i % 8] ^= seed[i];
+        secure_wipe(seed, sizeof seed);
+    }
+    st.forkGeneration = generation;
 }
 
 // One step: A ^= B, A = DES1(A), B = DES2(B), B ^= A.
@@ -79,7 +95,22 @@ void seedChain(ChainState &st) {
     std::memcpy(seed + 2, &hi, 2);
     osRandom(seed + 4, 32);
     hash::md5(st.s, seed, sizeof seed);
-    std::memset(seed, 0, sizeof seed);
+    secure_wipe(seed, sizeof seed);
+}
+
+// First use, or a chain copied into a child by fork(): S = MD5(S || process id || fresh entropy).
+void refreshChain(ChainState &st) {
+    const uint32_t generation = forkGeneration();
+    if (st.firstUse) {
+        seedChain(st);
+    } else if (st.forkGeneration != generation) {
+        uint8_t seed[16 + kForkSeedLen];
+        std::memcpy(seed, st.s, 16);
+        forkSeed(seed + 16);
+        hash::md5(st.s, seed, sizeof seed);
+        secure_wipe(seed, sizeof seed);
+    }
+    st.forkGeneration = generation;
 }
 
 }  // namespace
@@ -94,10 +125,11 @@ using namespace vc::random;
 extern "C" {
 
 void E_GenerateRandom_DES(uint8_t *out, uint32_t len) {
+    std::lock_guard<std::mutex> lock(generatorLock(Generator::kDes));
     DesState &st = g_des;
-    if (st.firstUse) seedDes(st);
+    refreshDes(st);
+    uint8_t oldB[8];
     while (len > 8) {
-        uint8_t oldB[8];
         std::memcpy(oldB, st.b, 8);
         desStep(st);
         std::memcpy(out, st.b, 8);
@@ -106,20 +138,23 @@ void E_GenerateRandom_DES(uint8_t *out, uint32_t len) {
         out += 8;
         len -= 8;
     }
+    vc::secure_wipe(oldB, sizeof oldB);
     if (len == 0) return;
     desStep(st);
     std::memcpy(out, st.b, len);
 }
 
 void E_GenerateRandom_MD5(uint8_t *out, uint32_t len) {
+    std::lock_guard<std::mutex> lock(generatorLock(Generator::kChain));
     ChainState &st = g_chain;
-    if (st.firstUse) seedChain(st);
+    refreshChain(st);
+    uint8_t next[16];
     for (uint32_t done = 0; done < len; done += 16) {
-        uint8_t next[16];
         vc::hash::md5(next, st.s, 16);
         std::memcpy(st.s, next, 16);
         std::memcpy(out + done, st.s, len - done < 16 ? len - done : 16);
     }
+    vc::secure_wipe(next, sizeof next);
 }
 
 void E_GenerateRandom(uint8_t *out, uint32_t len, uint32_t useDes) {

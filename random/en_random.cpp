@@ -1,5 +1,6 @@
 // Random numbers of an exact bit length from the entropy pool (EN_X9_31Random, the same shape on
 // the X9.31 generator, lives with the primes that generator needs).
+#include "common/wipe.h"
 #include "random/random_internal.h"
 
 #include <vorelcrypto/random.h>
@@ -47,7 +48,7 @@ void randomNumber(ENUM *a, uint32_t bits, uint32_t top, uint32_t odd, ByteSource
     buf[0] &= uint8_t(0xffu >> (7 - shift));
     if (odd != 0) buf[n - 1] |= 1;
     EN_BytesToENUM(a, buf, n);
-    std::memset(buf, 0, n + 1);
+    secure_wipe(buf, n + 1);
     if (buf != stackBuf) std::free(buf);
 }
 
