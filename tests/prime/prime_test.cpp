@@ -255,3 +255,91 @@ TEST(GeneratePrime, DhResidueClassesAndContext) {
 }
 
 }  // namespace
+
+namespace {
+
+// A prime passes every trial, so the trials counted on it are exactly the tests' trial counts;
+// a composite that the first witness exposes stops after one.
+TEST(IsPrime, TrialCounts) {
+    Num prime = hexNum("FFFFFFFFFFFFFFC5"), safe = hexNum("7FFFFFFFFFFFFFFFFFFFFFFFFFFFF55F");
+    Num composite = hexNum("FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF");  // 2^128 - 1: no liars but 1
+    const struct {
+        const char *name;
+        int32_t (*test)(const ENUM *);
+        const Num &n;
+        int32_t result;
+        uint64_t trials;
+    } cases[] = {
+        {"EN_IsPrime", EN_IsPrime, prime, 1, 5},
+        {"EN_IsPrime", EN_IsPrime, composite, 0, 1},
+        {"EN_IsStrongPrime", EN_IsStrongPrime, safe, 1, 10},
+        {"EN_MillerRabin", EN_MillerRabin, prime, 1, 1},
+    };
+    for (const auto &c : cases) {
+        const uint64_t before = vc::prime::witnessTrials();
+        EXPECT_EQ(c.test(c.n.p()), c.result) << c.name;
+        EXPECT_EQ(vc::prime::witnessTrials() - before, c.trials) << c.name;
+    }
+    // The context search tests its final candidate with 20 trials (on p and q for safe primes).
+    Num p, a12 = fromWords({12}), r11 = fromWords({11});
+    EN_PrimeCtx ctx;
+    EN_PrimeInit(&ctx, 0, 1, 1, a12.p(), r11.p());
+    ASSERT_EQ(EN_PrimeUpdate(p.p(), 64, &ctx), 1);
+    const uint64_t before = vc::prime::witnessTrials();
+    for (int i = 0; i < 20; i++) EN_MillerRabin(p.p());
+    EXPECT_EQ(vc::prime::witnessTrials() - before, 20u);
+}
+
+// The witnesses come from the library's own generator: the host's rand() sequence is the same
+// with and without a prime search in between (EN_PrimeUpdate used to reseed it).
+TEST(PrimeSearch, LeavesHostRandAlone) {
+    std::srand(1234);
+    std::vector<int> want;
+    for (int i = 0; i < 8; i++) want.push_back(std::rand());
+    std::srand(1234);
+    Num p, a12 = fromWords({12}), r11 = fromWords({11});
+    EN_PrimeCtx ctx;
+    EN_PrimeInit(&ctx, 0, 0, 1, a12.p(), r11.p());
+    ASSERT_EQ(EN_PrimeUpdate(p.p(), 96, &ctx), 1);
+    EXPECT_EQ(EN_MillerRabin(p.p()), 1);
+    for (int w : want) EXPECT_EQ(std::rand(), w);
+}
+
+// Residue classes no search can finish in are refused at once with 0 and a zero p: add zero,
+// gcd(rem, add) > 1, an odd small prime s | add with rem = 1 mod s (the sieve rejects residue 1),
+// and for safe primes q0 = rem >> 1 or 2 q0 + 1 sharing a factor with add / 2. The classes that
+// admit primes still give one of the class (GMP confirms). rem -1: null (residue 1).
+TEST(GeneratePrime, DhClasses) {
+    const struct {
+        uint32_t add;
+        int64_t rem;
+        bool safe, possible;
+    } cases[] = {
+        {12, 11, false, true},  {64, -1, false, true},  {210, 17, false, true},
+        {12, -1, false, false}, {210, 11, false, false}, {30, 6, false, false},
+        {12, 4, false, false},  {0, 1, false, false},    {12, 0, false, false},
+        {12, 11, true, true},   {24, 23, true, true},    {10, 3, true, true},
+        {12, -1, true, false},  {12, 5, true, false},    {10, 5, true, false},
+        {1, -1, true, false},   {30, 19, true, false},   {36, 7, true, false},
+    };
+    for (const auto &c : cases) {
+        Num p, add = fromWords({c.add}), rem = fromWords({uint32_t(c.rem)});
+        const ENUM *r = c.rem < 0 ? nullptr : rem.p();
+        const uint32_t bits = c.safe ? 64 : 96;
+        const int32_t got = c.safe ? EN_GeneratePrimeStrongDH(p.p(), bits, add.p(), r)
+                                   : EN_GeneratePrimeDH(p.p(), bits, add.p(), r);
+        ASSERT_EQ(got, int32_t(c.possible)) << c.add << " " << c.rem << " " << c.safe;
+        if (!c.possible) {
+            EXPECT_EQ(p.e.length, 0);
+            EN_PrimeCtx ctx;
+            EN_PrimeInit(&ctx, 0, c.safe, 1, add.p(), const_cast<ENUM *>(r));
+            EXPECT_EQ(EN_PrimeUpdate(p.p(), bits, &ctx), 0) << c.add << " " << c.rem;
+            continue;
+        }
+        // The safe search keeps q = rem >> 1 (mod add / 2), so p = 2 (rem >> 1) + 1 (mod add).
+        const uint32_t r0 = c.rem < 0 ? 1 : uint32_t(c.rem);
+        expectPrime(p, bits, false, c.safe, c.add, (c.safe ? 2 * (r0 >> 1) + 1 : r0) % c.add);
+    }
+}
+
+}  // namespace
