@@ -133,7 +133,7 @@ TEST(Pool, MixAndOutputMatchModel) {
 }
 
 TEST(Des, FixedSchedulesAndChaining) {
-    // OpenSSL under the two documented keys also confirms the stored precomputed schedules.
+    // OpenSSL under the two fixed keys also confirms the stored precomputed schedules.
     DES_cblock key1, key2;
     std::memcpy(key1, vr::kDesKey1, 8);
     std::memcpy(key2, vr::kDesKey2, 8);
