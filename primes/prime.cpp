@@ -100,10 +100,10 @@ int32_t generateRsa(ENUM *p, uint32_t bits, bool x9, bool safe) {
 // into it.
 struct WitnessRng {
     uint64_t state;
+    bool firstUse;
     uint32_t forkGeneration;
-    bool seeded;
 };
-thread_local WitnessRng t_witnessRng{0, 0, false};
+thread_local WitnessRng t_witnessRng{0, true, 0};
 
 uint64_t splitMix(uint64_t &state) {
     uint64_t z = (state += 0x9e3779b97f4a7c15u);
@@ -112,18 +112,20 @@ uint64_t splitMix(uint64_t &state) {
     return z ^ (z >> 31);
 }
 
+void mixWitnessRng(WitnessRng &g, const uint8_t *fresh) {
+    for (uint32_t i = 0; i < random::kForkSeedLen; i++) g.state = (g.state << 8 | g.state >> 56) ^ fresh[i];
+}
+
+void seedWitnessRng(WitnessRng &g) {
+    uint8_t fresh[random::kForkSeedLen];
+    random::forkSeed(fresh);
+    mixWitnessRng(g, fresh);
+    secure_wipe_object(fresh);
+}
+
 WitnessRng &witnessRng() {
-    WitnessRng &g = t_witnessRng;
-    const uint32_t generation = random::forkGeneration();
-    if (!g.seeded || g.forkGeneration != generation) {
-        uint8_t seed[random::kForkSeedLen];
-        random::forkSeed(seed);
-        for (uint32_t i = 0; i < sizeof seed; i++) g.state = (g.state << 8 | g.state >> 56) ^ seed[i];
-        secure_wipe_object(seed);
-        g.seeded = true;
-        g.forkGeneration = generation;
-    }
-    return g;
+    random::refreshState(t_witnessRng, seedWitnessRng, mixWitnessRng);
+    return t_witnessRng;
 }
 
 void reseedWitnesses(uint32_t value) {

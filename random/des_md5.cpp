@@ -45,7 +45,6 @@ void xor8(uint8_t *dst, const uint8_t *src) {
 // A from the time, B from the process id and clock; 32 bytes of the operating system's
 // generator are folded into A and B on top.
 void seedDes(DesState &st) {
-    st.firstUse = false;
     uint32_t t = timeSeconds();
     storeWords(st.a, t ^ 0x5c13e7a9u, t ^ 0x2d94b6f0u);
     storeWords(st.b, processId(), processClockMs());
@@ -56,21 +55,6 @@ void seedDes(DesState &st) {
         xor8(st.b, extra + i + 8);
     }
     secure_wipe(extra, sizeof extra);
-}
-
-// First use, or a state copied into a child by fork(): the child's process id and fresh
-// entropy are folded into A and B, so that parent and child part ways.
-void refreshDes(DesState &st) {
-    const uint32_t generation = forkGeneration();
-    if (st.firstUse) {
-        seedDes(st);
-    } else if (st.forkGeneration != generation) {
-        uint8_t seed[kForkSeedLen] = {};
-        forkSeed(seed);
-        for (uint32_t i = 0; i < kForkSeedLen; i++) (i % 16 < 8 ? st.a : st.b)[i % 8] ^= seed[i];
-        secure_wipe(seed, sizeof seed);
-    }
-    st.forkGeneration = generation;
 }
 
 // One step: A ^= B, A = DES1(A), B = DES2(B), B ^= A.
@@ -84,7 +68,6 @@ void desStep(DesState &st) {
 // S from the screen size (0 here), the process id and the tick count, hashed together with 32
 // bytes of the operating system's generator.
 void seedChain(ChainState &st) {
-    st.firstUse = false;
     const uint16_t pid = uint16_t(processId());
     const uint32_t k = tickCount();
     const uint16_t width = 0, height = 0;
@@ -98,19 +81,19 @@ void seedChain(ChainState &st) {
     secure_wipe(seed, sizeof seed);
 }
 
-// First use, or a chain copied into a child by fork(): S = MD5(S || process id || fresh entropy).
-void refreshChain(ChainState &st) {
-    const uint32_t generation = forkGeneration();
-    if (st.firstUse) {
-        seedChain(st);
-    } else if (st.forkGeneration != generation) {
-        uint8_t seed[16 + kForkSeedLen];
-        std::memcpy(seed, st.s, 16);
-        forkSeed(seed + 16);
-        hash::md5(st.s, seed, sizeof seed);
-        secure_wipe(seed, sizeof seed);
-    }
-    st.forkGeneration = generation;
+// A state copied into a child by fork(): the child's process id and fresh entropy are folded
+// into A and B, so that parent and child part ways.
+void mixDes(DesState &st, const uint8_t *fresh) {
+    for (uint32_t i = 0; i < kForkSeedLen; i++) (i % 16 < 8 ? st.a : st.b)[i % 8] ^= fresh[i];
+}
+
+// A chain copied into a child by fork(): S = MD5(S || process id || fresh entropy).
+void mixChain(ChainState &st, const uint8_t *fresh) {
+    uint8_t seed[16 + kForkSeedLen];
+    std::memcpy(seed, st.s, 16);
+    std::memcpy(seed + 16, fresh, kForkSeedLen);
+    hash::md5(st.s, seed, sizeof seed);
+    secure_wipe(seed, sizeof seed);
 }
 
 }  // namespace
@@ -127,7 +110,7 @@ extern "C" {
 void E_GenerateRandom_DES(uint8_t *out, uint32_t len) {
     std::lock_guard<std::mutex> lock(generatorLock(Generator::kDes));
     DesState &st = g_des;
-    refreshDes(st);
+    refreshState(st, seedDes, mixDes);
     uint8_t oldB[8];
     while (len > 8) {
         std::memcpy(oldB, st.b, 8);
@@ -147,7 +130,7 @@ void E_GenerateRandom_DES(uint8_t *out, uint32_t len) {
 void E_GenerateRandom_MD5(uint8_t *out, uint32_t len) {
     std::lock_guard<std::mutex> lock(generatorLock(Generator::kChain));
     ChainState &st = g_chain;
-    refreshChain(st);
+    refreshState(st, seedChain, mixChain);
     uint8_t next[16];
     for (uint32_t done = 0; done < len; done += 16) {
         vc::hash::md5(next, st.s, 16);

@@ -19,28 +19,19 @@ void gather(const Pool &pool, int32_t p, int32_t wrap, uint8_t *dst, int32_t j) 
     }
 }
 
-// First-use seeding: 88 bytes of seed material (from the operating system) and the time. A pool
-// copied into a child by fork() mixes in the child's process id and fresh entropy instead, so
-// that parent and child part ways before either draws again.
-void seedBeforeOutput(Pool &pool) {
-    const uint32_t generation = forkGeneration();
-    if (pool.firstUse) {
-        pool.firstUse = false;
-        pool.forkGeneration = generation;
-        uint8_t seed[88] = {};
-        osRandom(seed, sizeof seed);
-        poolMix(pool, seed, sizeof seed);
-        uint32_t t = timeSeconds();
-        poolMix(pool, reinterpret_cast<const uint8_t *>(&t), 4);
-        secure_wipe(seed, sizeof seed);
-    } else if (pool.forkGeneration != generation) {
-        pool.forkGeneration = generation;
-        uint8_t seed[kForkSeedLen];
-        forkSeed(seed);
-        poolMix(pool, seed, kForkSeedLen);
-        secure_wipe(seed, sizeof seed);
-    }
+// First-use seeding: 88 bytes of seed material (from the operating system) and the time.
+void seedPool(Pool &pool) {
+    uint8_t seed[88] = {};
+    osRandom(seed, sizeof seed);
+    poolMix(pool, seed, sizeof seed);
+    uint32_t t = timeSeconds();
+    poolMix(pool, reinterpret_cast<const uint8_t *>(&t), 4);
+    secure_wipe(seed, sizeof seed);
 }
+
+// A pool copied into a child by fork() mixes in the child's process id and fresh entropy, so
+// that parent and child part ways before either draws again.
+void mixAfterFork(Pool &pool, const uint8_t *fresh) { poolMix(pool, fresh, kForkSeedLen); }
 
 }  // namespace
 
@@ -80,7 +71,7 @@ void poolMix(Pool &pool, const uint8_t *in, int32_t len) {
 }
 
 void poolOutput(Pool &pool, uint8_t *out, int32_t len) {
-    seedBeforeOutput(pool);
+    refreshState(pool, seedPool, mixAfterFork);
     int32_t p = pool.index;
     const int32_t f = pool.filled;
     pool.index += len;

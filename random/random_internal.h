@@ -3,6 +3,8 @@
 // exported.
 #pragma once
 
+#include "common/wipe.h"
+
 #include <vorelcrypto/bignum.h>
 
 #include <cstdint>
@@ -31,6 +33,22 @@ uint32_t forkGeneration();
 // operating system's generator.
 inline constexpr uint32_t kForkSeedLen = 4 + 32;
 void forkSeed(uint8_t out[kForkSeedLen]);
+// Before a generator's output (its lock held): seed(state) on first use; mix(state, fresh) with
+// forkSeed material when the state was seeded in another process.
+template <typename State, typename Seed, typename Mix>
+void refreshState(State &state, Seed seed, Mix mix) {
+    const uint32_t generation = forkGeneration();
+    if (state.firstUse) {
+        state.firstUse = false;
+        seed(state);
+    } else if (state.forkGeneration != generation) {
+        uint8_t fresh[kForkSeedLen];
+        forkSeed(fresh);
+        mix(state, fresh);
+        secure_wipe(fresh, sizeof fresh);
+    }
+    state.forkGeneration = generation;
+}
 
 // ---- MD5 entropy pools ----
 inline constexpr int32_t kPoolSize = 1023;
