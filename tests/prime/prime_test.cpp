@@ -227,17 +227,9 @@ TEST(GeneratePrime, RsaAndX9Kinds) {
     expectPrime(p, 64, true, false);
 }
 
-TEST(GeneratePrime, DhResidueClassesAndContext) {
-    Num p;
-    Num a12 = fromWords({12}), r11 = fromWords({11}), a64 = fromWords({64});
-    EXPECT_EQ(EN_GeneratePrimeDH(p.p(), 256, a12.p(), r11.p()), 1);
-    expectPrime(p, 256, false, false, 12, 11);
-    // Null rem: residue 1 (add must then have no odd small factor, or no candidate survives).
-    EXPECT_EQ(EN_GeneratePrimeDH(p.p(), 128, a64.p(), nullptr), 1);
-    expectPrime(p, 128, false, false, 64, 1);
-    EXPECT_EQ(EN_GeneratePrimeStrongDH(p.p(), 128, a12.p(), r11.p()), 1);
-    expectPrime(p, 128, false, true, 12, 11);
-
+// The context search in its three kinds (the residue classes themselves: GeneratePrime.DhClasses).
+TEST(GeneratePrime, Context) {
+    Num p, a12 = fromWords({12}), r11 = fromWords({11});
     EN_PrimeCtx ctx;
     EN_PrimeInit(&ctx, 256, 1, 0, a12.p(), r11.p());
     EXPECT_EQ(ctx.flags, 0u);
