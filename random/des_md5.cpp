@@ -84,7 +84,12 @@ void seedChain(ChainState &st) {
 // A state copied into a child by fork(): the child's process id and fresh entropy are folded
 // into A and B, so that parent and child part ways.
 void mixDes(DesState &st, const uint8_t *fresh) {
-    for (uint32_t i = 0; i < kForkSeedLen; i++) (i % 16 < 8 ? st.a : st.b)[i % 8] ^= fresh[i];
+    for (uint32_t i = 0; i < kForkSeedLen; i++) {
+        if (i % 16 < 8)
+            st.a[i % 8] ^= fresh[i];
+        else
+            st.b[i % 8] ^= fresh[i];
+    }
 }
 
 // A chain copied into a child by fork(): S = MD5(S || process id || fresh entropy).
