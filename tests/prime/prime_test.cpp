@@ -255,7 +255,7 @@ namespace {
 // a composite that the first witness exposes stops after one.
 TEST(IsPrime, TrialCounts) {
     Num prime = hexNum("FFFFFFFFFFFFFFC5"), safe = hexNum("7FFFFFFFFFFFFFFFFFFFFFFFFFFFF55F");
-    Num composite = hexNum("FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF");  // 2^128 - 1: no liars but 1
+    Num composite = hexNum("FFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF");  // 2^128 - 1: 512 liars in all
     const struct {
         const char *name;
         int32_t (*test)(const ENUM *);
