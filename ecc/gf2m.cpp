@@ -79,9 +79,20 @@ inline void squarePortable(uint64_t c[6], const Fe &a) {
 
 #define VC_CLMUL __attribute__((target("pclmul,sse4.1")))
 
+// Lanes to words through registers: a 128-bit store read back as two 64-bit loads would stall
+// on store forwarding in every squaring of an inversion.
+VC_CLMUL inline void store(uint64_t c[6], __m128i lo, __m128i mid, __m128i hi) {
+    c[0] = uint64_t(_mm_cvtsi128_si64(lo));
+    c[1] = uint64_t(_mm_extract_epi64(lo, 1));
+    c[2] = uint64_t(_mm_cvtsi128_si64(mid));
+    c[3] = uint64_t(_mm_extract_epi64(mid, 1));
+    c[4] = uint64_t(_mm_cvtsi128_si64(hi));
+    c[5] = uint64_t(_mm_extract_epi64(hi, 1));
+}
+
 VC_CLMUL inline void productClmulInline(uint64_t c[6], const Fe &a, const Fe &b) {
-    const __m128i a01 = _mm_loadu_si128(reinterpret_cast<const __m128i *>(a.w));
-    const __m128i b01 = _mm_loadu_si128(reinterpret_cast<const __m128i *>(b.w));
+    const __m128i a01 = _mm_set_epi64x(int64_t(a.w[1]), int64_t(a.w[0]));
+    const __m128i b01 = _mm_set_epi64x(int64_t(b.w[1]), int64_t(b.w[0]));
     const __m128i a2 = _mm_cvtsi64_si128(int64_t(a.w[2]));
     const __m128i b2 = _mm_cvtsi64_si128(int64_t(b.w[2]));
     const __m128i p00 = _mm_clmulepi64_si128(a01, b01, 0x00);
@@ -94,17 +105,14 @@ VC_CLMUL inline void productClmulInline(uint64_t c[6], const Fe &a, const Fe &b)
     const __m128i lo = _mm_xor_si128(p00, _mm_slli_si128(p01, 8));
     const __m128i mid = _mm_xor_si128(_mm_xor_si128(p02, p11), _mm_xor_si128(_mm_srli_si128(p01, 8), _mm_slli_si128(p12, 8)));
     const __m128i hi = _mm_xor_si128(p22, _mm_srli_si128(p12, 8));
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(c), lo);
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(c + 2), mid);
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(c + 4), hi);
+    store(c, lo, mid, hi);
 }
 
 VC_CLMUL inline void squareClmul(uint64_t c[6], const Fe &a) {
-    const __m128i a01 = _mm_loadu_si128(reinterpret_cast<const __m128i *>(a.w));
+    const __m128i a01 = _mm_set_epi64x(int64_t(a.w[1]), int64_t(a.w[0]));
     const __m128i a2 = _mm_cvtsi64_si128(int64_t(a.w[2]));
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(c), _mm_clmulepi64_si128(a01, a01, 0x00));
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(c + 2), _mm_clmulepi64_si128(a01, a01, 0x11));
-    _mm_storeu_si128(reinterpret_cast<__m128i *>(c + 4), _mm_clmulepi64_si128(a2, a2, 0x00));
+    store(c, _mm_clmulepi64_si128(a01, a01, 0x00), _mm_clmulepi64_si128(a01, a01, 0x11),
+          _mm_clmulepi64_si128(a2, a2, 0x00));
 }
 
 // ---------------------------------------------------------------- reduction
@@ -155,14 +163,70 @@ inline void reduceGeneric(const BinaryField &f, uint64_t c[6]) {
     }
 }
 
+// a -> a^(2^k) is linear over GF(2): column i of its matrix is (x^i)^(2^k). Applying it reads
+// every column under a mask made from the bit of a, so the time does not depend on a; for the
+// long runs of squarings in an inversion it is several times faster than squaring k times.
+struct SquareMap {
+    Fe col[163];
+};
+
+inline void applyMap(const SquareMap &map, Fe &r, const Fe &a) {
+    uint64_t acc[3] = {0, 0, 0};
+    for (unsigned i = 0; i < 163; i++) {
+        const uint64_t mask = 0 - ((a.w[i / 64] >> (i % 64)) & 1);
+        for (int j = 0; j < 3; j++) acc[j] ^= map.col[i].w[j] & mask;
+    }
+    r = Fe{{acc[0], acc[1], acc[2]}};
+}
+
+// The maps for the three longest runs of Itoh-Tsujii for m = 163 (m - 1 = 162 builds
+// exponents 1, 2, 4, 5, 10, 20, 40, 80, 81, 162).
+struct SquareMaps {
+    SquareMap m20, m40, m81;
+    const SquareMap *find(unsigned k) const {
+        return k == 20 ? &m20 : k == 40 ? &m40 : k == 81 ? &m81 : nullptr;
+    }
+};
+
+template <void Reduce(uint64_t *)>
+SquareMaps buildMaps() {
+    SquareMaps maps;
+    for (unsigned i = 0; i < 163; i++) {
+        Fe t = feZero();
+        t.w[i / 64] = uint64_t(1) << (i % 64);
+        for (unsigned k = 1; k <= 81; k++) {
+            uint64_t c[6];
+            squarePortable(c, t);
+            Reduce(c);
+            t = Fe{{c[0], c[1], c[2]}};
+            if (k == 20) maps.m20.col[i] = t;
+            if (k == 40) maps.m40.col[i] = t;
+            if (k == 81) maps.m81.col[i] = t;
+        }
+    }
+    return maps;
+}
+
+void reduce163a(uint64_t *c) { reduce163<7, 6, 3>(c); }
+void reduce163b(uint64_t *c) { reduce163<8, 2, 1>(c); }
+
 struct Reduce163a {
     static void run(const Field &, uint64_t c[6]) { reduce163<7, 6, 3>(c); }
+    static const SquareMaps *maps() {
+        static const SquareMaps built = buildMaps<reduce163a>();
+        return &built;
+    }
 };
 struct Reduce163b {
     static void run(const Field &, uint64_t c[6]) { reduce163<8, 2, 1>(c); }
+    static const SquareMaps *maps() {
+        static const SquareMaps built = buildMaps<reduce163b>();
+        return &built;
+    }
 };
 struct ReduceGeneric {
     static void run(const Field &f, uint64_t c[6]) { reduceGeneric(f.params(), c); }
+    static const SquareMaps *maps() { return nullptr; }
 };
 
 inline Fe low3(const uint64_t c[6]) { return Fe{{c[0], c[1], c[2]}}; }
@@ -170,14 +234,16 @@ inline Fe low3(const uint64_t c[6]) { return Fe{{c[0], c[1], c[2]}}; }
 // a^-1 = (a^(2^(m-1) - 1))^2, building b_k = a^(2^k - 1) along the bits of m - 1 with
 // b_2k = b_k^(2^k) b_k and b_(k+1) = b_k^2 a.
 template <class K>
-inline void itohTsujii(const Field &f, Fe &r, const Fe &a) {
+inline void itohTsujii(const Field &f, const SquareMaps *maps, Fe &r, const Fe &a) {
     const unsigned e = f.params().m - 1;
     int top = 31;
     while (!((e >> top) & 1)) top--;
     Fe b = a, t;
     unsigned k = 1;
     for (int i = top - 1; i >= 0; i--) {
-        K::sqrn(f, t, b, k);
+        const SquareMap *map = maps != nullptr ? maps->find(k) : nullptr;
+        if (map != nullptr) applyMap(*map, t, b);
+        else K::sqrn(f, t, b, k);
         K::mul(f, b, t, b);
         k *= 2;
         if ((e >> i) & 1) {
@@ -207,7 +273,7 @@ struct Portable {
         }
         r = t;
     }
-    static void inv(const Field &f, Fe &r, const Fe &a) { itohTsujii<Portable>(f, r, a); }
+    static void inv(const Field &f, Fe &r, const Fe &a) { itohTsujii<Portable>(f, R::maps(), r, a); }
     static void reduce(const Field &f, Fe &r, uint64_t *c) {
         R::run(f, c);
         r = low3(c);
@@ -232,7 +298,7 @@ struct Clmul {
         }
         r = t;
     }
-    VC_CLMUL static void inv(const Field &f, Fe &r, const Fe &a) { itohTsujii<Clmul>(f, r, a); }
+    VC_CLMUL static void inv(const Field &f, Fe &r, const Fe &a) { itohTsujii<Clmul>(f, R::maps(), r, a); }
     static void reduce(const Field &f, Fe &r, uint64_t *c) {
         R::run(f, c);
         r = low3(c);
