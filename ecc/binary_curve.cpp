@@ -140,11 +140,18 @@ void binaryScalarMul(int curveId, int methodFlag, const BinaryField &field, cons
     const gf2m::Field f(field);
     binary::Point p{f.reduced(gf2m::fromWords(point)), f.reduced(gf2m::fromWords(point + 6))};
     const BinaryCurveConstants *curve = binaryCurveConstants(curveId);
-    if (methodFlag != 0 && curve != nullptr) p = binary::basePoint(*curve);
+    bool isBase = false;
+    if (curve != nullptr) {
+        const binary::Point g = binary::basePoint(*curve);
+        if (methodFlag != 0) p = g;
+        isBase = p.x == g.x && p.y == g.y;
+    }
     binary::Scalar k{{uint64_t(scalar[0]) | uint64_t(scalar[1]) << 32, uint64_t(scalar[2]) | uint64_t(scalar[3]) << 32,
                       uint64_t(scalar[4]) | uint64_t(scalar[5]) << 32}};
     const Fe fa = f.reduced(gf2m::fromWords(a));
-    binary::Point r = constantTime ? binary::ladder(f, fa, p, k, true) : binary::ladder(f, fa, p, k, false);
+    binary::Point r;
+    // The base-point table serves only the field and coefficient a it was built for.
+    if (!isBase || !binary::fixedBaseMul(curveId, f, fa, k, constantTime, r)) r = binary::ladder(f, fa, p, k, constantTime);
     gf2m::toWords(r.x, result);
     gf2m::toWords(r.y, result + 6);
     secure_wipe_object(k);

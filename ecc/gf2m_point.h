@@ -31,4 +31,29 @@ Fe constantToFe(const uint8_t b[21]);
 // bit.
 Point ladder(const gf2m::Field &f, const Fe &a, const Point &p, const Scalar &k, bool constantTime);
 
+// Lopez-Dahab projective points: (X : Y : Z) stands for (X / Z, Y / Z^2); Z = 0 is infinity.
+struct LdPoint {
+    Fe x, y, z;
+};
+
+// The curve a point and its multiples live on: coefficients a and b (b from curveB).
+struct Curve {
+    const gf2m::Field &f;
+    Fe a, b;
+};
+
+LdPoint ldFromAffine(const Point &p);  // (0, 0) becomes infinity
+Point ldToAffine(const Curve &c, const LdPoint &p);
+// 2p: Z3 = X^2 Z^2, X3 = X^4 + b Z^4, Y3 = b Z^4 Z3 + X3 (a Z3 + Y^2 + b Z^4).
+LdPoint ldDouble(const Curve &c, const LdPoint &p);
+// p + q for affine q, whatever the operands: infinity on either side, q = p and q = -p are
+// resolved by masks, so the time does not depend on which case applies.
+LdPoint ldAddAffine(const Curve &c, const LdPoint &p, const Point &q);
+
+// k * G from the built-in table of a built-in curve's base point, when `curveId` has one for
+// this field and coefficient a (false otherwise, `out` untouched). Each of the 48 four-bit
+// digits of k adds one table entry; with `constantTime` every entry of the row is read and
+// zero digits are masked instead of skipped.
+bool fixedBaseMul(int curveId, const gf2m::Field &f, const Fe &a, const Scalar &k, bool constantTime, Point &out);
+
 }  // namespace vc::ecc::binary
