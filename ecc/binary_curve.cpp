@@ -151,7 +151,10 @@ void binaryScalarMul(int curveId, int methodFlag, const BinaryField &field, cons
     const Fe fa = f.reduced(gf2m::fromWords(a));
     binary::Point r;
     // The base-point table serves only the field and coefficient a it was built for.
-    if (!isBase || !binary::fixedBaseMul(curveId, f, fa, k, constantTime, r)) r = binary::ladder(f, fa, p, k, constantTime);
+    // The Koblitz method is variable time and serves the points of the Koblitz curves only.
+    const bool done = (isBase && binary::fixedBaseMul(curveId, f, fa, k, constantTime, r)) ||
+                      (!constantTime && curveId == 3 && binary::koblitzMul(f, fa, p, k, r));
+    if (!done) r = binary::ladder(f, fa, p, k, constantTime);
     gf2m::toWords(r.x, result);
     gf2m::toWords(r.y, result + 6);
     secure_wipe_object(k);
