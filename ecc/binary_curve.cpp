@@ -114,6 +114,14 @@ bool binaryOnCurve(const BinaryField &field, const uint32_t a[6], const uint32_t
     return binary::curveB(f, f.reduced(gf2m::fromWords(a)), fx, fy) == f.reduced(gf2m::fromWords(b));
 }
 
+bool binarySolveQuadratic(const BinaryField &field, const uint32_t c[6], uint32_t z[6]) {
+    const gf2m::Field f(field);
+    const Fe fc = gf2m::fromWords(c);
+    if (field.m % 2 == 0 || f.trace(fc) != 0) return false;
+    gf2m::toWords(f.halfTrace(fc), z);
+    return true;
+}
+
 namespace binary {
 
 Fe curveB(const gf2m::Field &f, const Fe &a, const Fe &x, const Fe &y) {
