@@ -342,11 +342,11 @@ void toWords(const Fe &a, uint32_t w[6]) {
 }
 
 Field::Field(const BinaryField &f, Kernel kernel) : f_(f) {
-    clmul_ = kernel == Kernel::best && clmulAvailable();
+    const bool clmul = kernel == Kernel::best && clmulAvailable();
     int poly = 2;
     if (f.m == 163 && f.k3 == 7 && f.k2 == 6 && f.k1 == 3) poly = 0;
     if (f.m == 163 && f.k3 == 8 && f.k2 == 2 && f.k1 == 1) poly = 1;
-    ops_ = &kOps[clmul_ ? 1 : 0][poly];
+    ops_ = &kOps[clmul ? 1 : 0][poly];
 }
 
 Fe Field::reduced(const Fe &a) const {
