@@ -4,6 +4,13 @@
 // a scalar below n never reaches (see docs/design/ecc.md).
 #include "ecc/p160.h"
 
+// Vectorised three-limb selections cost more than they save here.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC optimize("no-tree-vectorize")
+#endif
+
+#include <immintrin.h>
+
 #include "common/wipe.h"
 #include "ecc/curves.h"
 #include "ecc/gfp.h"
@@ -20,10 +27,120 @@ struct Aff {
     Fe x, y;
 };
 
-inline void mul(Fe &r, const Fe &a, const Fe &b) { fieldMul(kF, r, a, b); }
-inline void sqr(Fe &r, const Fe &a) { fieldMul(kF, r, a, a); }
-inline void add(Fe &r, const Fe &a, const Fe &b) { fieldAdd(kF, r, a, b); }
-inline void sub(Fe &r, const Fe &a, const Fe &b) { fieldSub(kF, r, a, b); }
+constexpr Fe kOne{{1, 0, 0}};
+constexpr u64 kLow32 = 0xFFFFFFFFull;
+constexpr u64 kP0 = 0xFFFFFFFF7FFFFFFFull, kP1 = ~0ull, kP2 = kLow32;
+using ull = unsigned long long;
+
+// r = s - p when s >= p, else s, for s < 2p: the borrow of s - p picks, through a mask.
+inline void subtractPOnce(Fe &r, u64 s0, u64 s1, u64 s2) {
+    ull d0, d1, d2;
+    unsigned char b = _subborrow_u64(0, s0, kP0, &d0);
+    b = _subborrow_u64(b, s1, kP1, &d1);
+    b = _subborrow_u64(b, s2, kP2, &d2);
+    const u64 keep = 0 - u64(b);
+    r.v[0] = (s0 & keep) | (d0 & ~keep);
+    r.v[1] = (s1 & keep) | (d1 & ~keep);
+    r.v[2] = (s2 & keep) | (d2 & ~keep);
+}
+
+// Sums of two residues stay below 2^161, inside three limbs.
+inline void add(Fe &r, const Fe &a, const Fe &b) {
+    ull s0, s1, s2;
+    unsigned char c = _addcarry_u64(0, a.v[0], b.v[0], &s0);
+    c = _addcarry_u64(c, a.v[1], b.v[1], &s1);
+    _addcarry_u64(c, a.v[2], b.v[2], &s2);
+    subtractPOnce(r, s0, s1, s2);
+}
+
+inline void sub(Fe &r, const Fe &a, const Fe &b) {
+    ull d0, d1, d2;
+    unsigned char b0 = _subborrow_u64(0, a.v[0], b.v[0], &d0);
+    b0 = _subborrow_u64(b0, a.v[1], b.v[1], &d1);
+    b0 = _subborrow_u64(b0, a.v[2], b.v[2], &d2);
+    const u64 m = 0 - u64(b0);
+    ull r0, r1, r2;
+    unsigned char c = _addcarry_u64(0, d0, kP0 & m, &r0);
+    c = _addcarry_u64(c, d1, kP1 & m, &r1);
+    _addcarry_u64(c, d2, kP2 & m, &r2);
+    r.v[0] = r0, r.v[1] = r1, r.v[2] = r2;
+}
+
+// r = t mod p for a product t < 2^320 (five limbs). With p = 2^160 - c, c = 2^31 + 1, the part
+// above bit 160 folds down as H c = (H << 31) + H: three folds bring any product below 2^160,
+// one conditional subtraction below p. Elements are plain residues, not Montgomery forms.
+inline void reduce(Fe &r, const u64 t[5]) {
+    const u64 h0 = (t[2] >> 32) | (t[3] << 32), h1 = (t[3] >> 32) | (t[4] << 32), h2 = t[4] >> 32;
+    u128 s = u128(t[0]) + h0 + (h0 << 31);
+    u64 s0 = u64(s);
+    s = u128(t[1]) + h1 + ((h1 << 31) | (h0 >> 33)) + u64(s >> 64);
+    u64 s1 = u64(s);
+    u64 s2 = (t[2] & kLow32) + h2 + ((h2 << 31) | (h1 >> 33)) + u64(s >> 64);
+    for (int fold = 0; fold < 2; fold++) {
+        const u64 h = s2 >> 32;
+        s = u128(s0) + h + (h << 31);
+        s0 = u64(s);
+        s = u128(s1) + u64(s >> 64);
+        s1 = u64(s);
+        s2 = (s2 & kLow32) + u64(s >> 64);
+    }
+    subtractPOnce(r, s0, s1, s2);
+}
+
+inline void mul(Fe &r, const Fe &a, const Fe &b) {
+    u64 t[6] = {};
+    for (int i = 0; i < 3; i++) {
+        u64 c = 0;
+        for (int j = 0; j < 3; j++) {
+            const u128 x = u128(a.v[i]) * b.v[j] + t[i + j] + c;
+            t[i + j] = u64(x);
+            c = u64(x >> 64);
+        }
+        t[i + 3] = c;
+    }
+    reduce(r, t);
+}
+
+inline void sqr(Fe &r, const Fe &a) {
+    // Cross products once, doubled, then the squares on the diagonal.
+    u64 t[6] = {};
+    u128 x = u128(a.v[0]) * a.v[1];
+    t[1] = u64(x);
+    x = u128(a.v[0]) * a.v[2] + u64(x >> 64);
+    t[2] = u64(x);
+    t[3] = u64(x >> 64);
+    x = u128(a.v[1]) * a.v[2] + t[3];
+    t[3] = u64(x);
+    t[4] = u64(x >> 64);
+    t[5] = t[4] >> 63;
+    t[4] = (t[4] << 1) | (t[3] >> 63);
+    t[3] = (t[3] << 1) | (t[2] >> 63);
+    t[2] = (t[2] << 1) | (t[1] >> 63);
+    t[1] <<= 1;
+    u64 c = 0;
+    for (int i = 0; i < 3; i++) {
+        const u128 d = u128(a.v[i]) * a.v[i];
+        u128 y = u128(t[2 * i]) + u64(d) + c;
+        t[2 * i] = u64(y);
+        y = u128(t[2 * i + 1]) + u64(d >> 64) + u64(y >> 64);
+        t[2 * i + 1] = u64(y);
+        c = u64(y >> 64);
+    }
+    reduce(r, t);
+}
+
+// r = a^(p - 2) = a^-1 (0 for 0): a fixed window over the public exponent.
+void invert(Fe &r, const Fe &a) {
+    Fe table[16];
+    table[0] = kOne;
+    for (int i = 1; i < 16; i++) mul(table[i], table[i - 1], a);
+    Fe acc = kOne;
+    for (int nibble = 39; nibble >= 0; nibble--) {
+        for (int s = 0; s < 4; s++) sqr(acc, acc);
+        mul(acc, acc, table[(kF.pMinus2.v[nibble / 16] >> (4 * (nibble % 16))) & 15]);
+    }
+    r = acc;
+}
 
 // 2P with a = -3 (dbl-2001-b). Y = 0 or Z = 0 gives Z3 = 0, the point at infinity, as the
 // affine doubling of a point with y = 0 does.
@@ -127,7 +244,7 @@ void addMixed(Jac &r, const Jac &a, const Aff &b, u64 bInf) {
     sub(t, t, z1z1);
     sqr(u2, h);
     sub(s.z, t, u2);  // (Z1 + H)^2 - Z1Z1 - HH = 2 Z1 H, the scale of X3 and Y3
-    fieldSelect(s.x, b.x, aInf), fieldSelect(s.y, b.y, aInf), fieldSelect(s.z, kF.one, aInf);
+    fieldSelect(s.x, b.x, aInf), fieldSelect(s.y, b.y, aInf), fieldSelect(s.z, kOne, aInf);
     fieldSelect(s.x, a.x, bInf), fieldSelect(s.y, a.y, bInf), fieldSelect(s.z, a.z, bInf);
     r = s;
 }
@@ -158,7 +275,7 @@ inline void digitParts(int8_t d, u64 &magnitude, u64 &negative) {
 
 inline void negateWhere(Fe &y, u64 mask) {
     Fe n;
-    fieldNeg(kF, n, y);
+    sub(n, Fe{}, y);
     fieldSelect(y, n, mask);
 }
 
@@ -178,21 +295,19 @@ void multiples(Jac table[8], const Jac &p) {
 // all-zero point.
 bool load(const uint32_t point[12], Jac &out) {
     Fe x = feFromWords(point, 5), y = feFromWords(point + 6, 5);
-    fieldToMont(kF, out.x, x);
-    fieldToMont(kF, out.y, y);
-    out.z = kF.one;
+    subtractPOnce(out.x, x.v[0], x.v[1], x.v[2]);  // coordinates below 2^160 < 2p
+    subtractPOnce(out.y, y.v[0], y.v[1], y.v[2]);
+    out.z = kOne;
     return !(fieldIsZero(out.x) && fieldIsZero(out.y));
 }
 
 void store(const Jac &p, uint32_t result[12]) {
     Fe zi, zi2, x, y;
-    fieldInv(kF, zi, p.z);  // 0 for infinity, which then stores the all-zero point
+    invert(zi, p.z);  // 0 for infinity, which then stores the all-zero point
     sqr(zi2, zi);
     mul(x, p.x, zi2);
     mul(zi2, zi2, zi);
     mul(y, p.y, zi2);
-    fieldFromMont(kF, x, x);
-    fieldFromMont(kF, y, y);
     feToWords(x, result, 5);
     feToWords(y, result + 6, 5);
     result[5] = result[11] = 0;
@@ -216,7 +331,7 @@ BaseTable buildBaseTable() {
         multiples(m, base);
         for (int i = 0; i < 8; i++) {
             Fe zi, zi2;
-            fieldInv(kF, zi, m[i].z);
+            invert(zi, m[i].z);
             sqr(zi2, zi);
             mul(t.rows[j][i].x, m[i].x, zi2);
             mul(zi2, zi2, zi);
@@ -244,7 +359,7 @@ void p160Mul(const uint32_t point[12], const uint32_t scalar[6], uint32_t bits, 
     multiples(table, p);
     int8_t digits[kMaxDigits];
     const int count = boothDigits(scalar, bits > 192 ? 192 : bits, digits);
-    Jac acc{kF.one, kF.one, Fe{}};
+    Jac acc{kOne, kOne, Fe{}};
     for (int j = count - 1; j >= 0; j--) {
         if (j != count - 1)
             for (int s = 0; s < 4; s++) dbl(acc, acc);
@@ -266,7 +381,7 @@ void p160MulBase(const uint32_t scalar[6], uint32_t bits, uint32_t result[12]) {
     const BaseTable &table = baseTable();
     int8_t digits[kMaxDigits];
     const int count = boothDigits(scalar, bits > 192 ? 192 : bits, digits);
-    Jac acc{kF.one, kF.one, Fe{}};
+    Jac acc{kOne, kOne, Fe{}};
     for (int j = 0; j < count; j++) {
         u64 magnitude, negative;
         digitParts(digits[j], magnitude, negative);
