@@ -31,32 +31,23 @@ struct Prime : ::testing::Test {
 
     Bytes base() const { return Bytes(params.G.data, params.G.data + params.G.length); }
 
-    // psmul on octet strings.
-    Bytes psmul(const Bytes &point, const Z &k) {
+    // psmul, or the fast path, on octet strings (any point, also off the curve).
+    Bytes words(const Bytes &point, const Z &k, bool fastPath) {
         uint32_t in[12] = {}, out[12];
-        Bytes pt = point;
+        Bytes pt = point, r(41);
         const Opaque8 o = view(pt);
         ZENOR_V1_opaque8ToECPoints(7, &o, in);
         const Words kw = k.words(6);
-        ZENOR_V1_psmul(0, in, kw.data(), out, curve);
-        Bytes r(41);
+        if (fastPath)
+            vc::ecc::p160Mul(in, kw.data(), 192, out);
+        else
+            ZENOR_V1_psmul(0, in, kw.data(), out, curve);
         Opaque8 ro{0, r.data()};
         ZENOR_V1_ECPointsToopaque8(7, 1, out, &ro);
         return r;
     }
-    // The fast path on octet strings (any point, also off the curve).
-    Bytes fast(const Bytes &point, const Z &k) {
-        uint32_t in[12] = {}, out[12];
-        Bytes pt = point;
-        const Opaque8 o = view(pt);
-        ZENOR_V1_opaque8ToECPoints(7, &o, in);
-        const Words kw = k.words(6);
-        vc::ecc::p160Mul(in, kw.data(), 192, out);
-        Bytes r(41);
-        Opaque8 ro{0, r.data()};
-        ZENOR_V1_ECPointsToopaque8(7, 1, out, &ro);
-        return r;
-    }
+    Bytes psmul(const Bytes &point, const Z &k) { return words(point, k, false); }
+    Bytes fast(const Bytes &point, const Z &k) { return words(point, k, true); }
     Bytes exported(const Bytes &point, const Z &k) {
         Bytes pt = point, kb = k.bytes(24), r(41);
         const Opaque8 po = view(pt), ko = view(kb);
