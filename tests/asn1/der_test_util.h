@@ -1,5 +1,5 @@
-// Helpers for the DER tests: records with their word pointers aimed at their own storage, numbers
-// moved between ENUM and OpenSSL's BIGNUM, and DER built by OpenSSL's own writers.
+// Helpers for the DER tests: numbers moved between ENUM and OpenSSL's BIGNUM, DER built by
+// OpenSSL's own writers, and runners that hold the decoders and encoders to their contracts.
 #pragma once
 
 #define OPENSSL_SUPPRESS_DEPRECATED
@@ -10,28 +10,15 @@
 
 #include <memory>
 
+#include "fuzz/der_records.h"
 #include "support/test_util.h"
 
 namespace dertest {
 
 using vctest::Bytes;
 
-// What the engines' Init functions do: each number's pointer aimed at its own area.
-inline void aim(RsaKey &k) {
-    k = RsaKey{};
-    k.n.words = k.nWords, k.e.words = k.eWords, k.d.words = k.dWords, k.p.words = k.pWords;
-    k.q.words = k.qWords, k.dP.words = k.dPWords, k.dQ.words = k.dQWords, k.qInv.words = k.qInvWords;
-}
-template <typename Key>  // DsaKey, KcdsaKey
-inline void aim(Key &k) {
-    k = Key{};
-    k.x.words = k.xWords, k.y.words = k.yWords, k.p.words = k.pWords, k.q.words = k.qWords, k.g.words = k.gWords;
-}
-inline void aim(DhKey &k) {
-    k = DhKey{};
-    k.p.words = k.pWords, k.g.words = k.gWords;
-    k.publicValue.words = k.publicWords, k.privateValue.words = k.privateWords;
-}
+// Records aimed at their own storage, as the engines' Init functions leave them.
+using vcfuzz::aim;
 
 struct BnFree {
     void operator()(BIGNUM *b) const { BN_free(b); }
