@@ -49,6 +49,11 @@ struct Oracle {
             dh.push_back(d);
         }
     }
+    ~Oracle() {
+        for (RSA *r : rsa) RSA_free(r);
+        for (DH *d : dh) DH_free(d);
+        DSA_free(dsa);
+    }
 };
 const Oracle &oracle() {
     static const Oracle o;
