@@ -146,22 +146,6 @@ TEST(DerRecords, DsaAndKcdsaAgainstOpenSsl) {
     EXPECT_EQ(encode([&](uint8_t *o) { return E_ASN1_PutKCDSAParams(&kcdsa, o); }), paramsDer);
     EXPECT_EQ(encode([&](uint8_t *o) { return E_ASN1_PutKCDSAPublicKey1(&kcdsa, o); }), publicDer);
     EXPECT_EQ(encode([&](uint8_t *o) { return E_ASN1_PutParameters_KCDSA(&kcdsa, o); }), paramsDer);
-    EXPECT_EQ(E_ASN1_GetDSAPrivateKeyBytes(&dsa), int32_t(privateDer.size()));
-    EXPECT_EQ(E_ASN1_GetDSAParamsBytes(&dsa), int32_t(paramsDer.size()));
-    EXPECT_EQ(E_ASN1_GetDSAPublicKeyBytes(&dsa), int32_t(publicDer.size()));
-    EXPECT_EQ(E_ASN1_GetKCDSAPrivateKeyBytes(&kcdsa), int32_t(privateDer.size()));
-    EXPECT_EQ(E_ASN1_GetKCDSAParamsBytes(&kcdsa), int32_t(paramsDer.size()));
-    EXPECT_EQ(E_ASN1_GetKCDSAPublicKeyBytes(&kcdsa), int32_t(publicDer.size()));
-
-    const uint8_t *p = privateDer.data();
-    DSA *back = d2i_DSAPrivateKey(nullptr, &p, long(privateDer.size()));
-    ASSERT_NE(back, nullptr);
-    EXPECT_EQ(i2d(back, i2d_DSAPrivateKey), privateDer);
-    p = paramsDer.data();
-    DSA *backParams = d2i_DSAparams(nullptr, &p, long(paramsDer.size()));
-    ASSERT_NE(backParams, nullptr);
-    EXPECT_EQ(i2d(backParams, i2d_DSAparams), paramsDer);
-    DSA_free(back), DSA_free(backParams);
 
     // Each reader fills exactly the numbers of its shape.
     struct Reader {
@@ -470,27 +454,14 @@ TEST(DerRecords, TruncationsAndCorruptions) {
 // nothing.
 TEST(DerRecords, ScratchAllocationFailure) {
     RsaKey rsa;
-    DsaKey dsa;
-    DhKey dh;
     KcdsaKey kcdsa;
     load(rsa, oracle().rsa[0]);
-    load(dsa, oracle().dsa);
     load(kcdsa, oracle().dsa);
-    aim(dh);
-    EN_U32ToENUM(&dh.g, 2);
     const ENUM numbers[] = {rsa.n, rsa.e};
     const std::function<int32_t(uint8_t *)> encoders[] = {
         [&](uint8_t *o) { return E_ASN1_PutENUM(numbers, 2, o); },
         [&](uint8_t *o) { return E_ASN1_PutU32(7, 0, o); },
         [&](uint8_t *o) { return E_ASN1_PutRSAPrivateKey(&rsa, o); },
-        [&](uint8_t *o) { return E_ASN1_PutRSAPublicKey(&rsa, o); },
-        [&](uint8_t *o) { return E_ASN1_PutDSAParams(&dsa, o); },
-        [&](uint8_t *o) { return E_ASN1_PutDSAPrivateKey(&dsa, o); },
-        [&](uint8_t *o) { return E_ASN1_PutDSAPublicKey(&dsa, o); },
-        [&](uint8_t *o) { return E_ASN1_PutDHParams(&dh, o); },
-        [&](uint8_t *o) { return E_ASN1_PutKCDSAParams(&kcdsa, o); },
-        [&](uint8_t *o) { return E_ASN1_PutKCDSAPrivateKey(&kcdsa, o); },
-        [&](uint8_t *o) { return E_ASN1_PutKCDSAPublicKey1(&kcdsa, o); },
         [&](uint8_t *o) { return E_ASN1_PutParameters_KCDSA(&kcdsa, o); },
     };
     for (const auto &put : encoders) {
