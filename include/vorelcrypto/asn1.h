@@ -3,7 +3,7 @@
  *
  * Encoders take the numbers or record and an output buffer; with a null output they only
  * return the size (and allocate nothing). They return the encoded size, 0 for a null array or
- * record, or -1 when their scratch buffer (V_calloc) cannot be allocated. The size is predicted
+ * record or a negative count, or -1 when their scratch buffer (V_calloc) cannot be allocated. The size is predicted
  * before writing, with two deliberate quirks that stored encodings and callers' size queries
  * depend on: a zero number is predicted with no content octet but written with one (02 01 00),
  * so the SEQUENCE comes out one octet longer per zero than its header and the returned size
@@ -22,7 +22,8 @@
  * return 0 for anything malformed (a wrong tag, a length running past the input, an indefinite
  * length or one of more than four octets, an empty INTEGER, an INTEGER wider than the
  * destination's storage, a structure whose content does not end exactly after its last item,
- * a null argument, or *remaining 0) and then leave *position and *remaining unchanged, and the
+ * a null argument or destination word pointer (a record not yet given to its Init), or
+ * *remaining 0: a length of 0 is never read as "unknown") and then leave *position and *remaining unchanged, and the
  * numbers read so far in place. They never read outside [*position, *position + *remaining).
  * INTEGER contents are read as unsigned magnitudes: leading 0x00 octets are dropped and a set
  * top bit is not a sign. Long-form lengths need not be minimal. */
@@ -43,7 +44,8 @@ VC_API int32_t E_ASN1_GetENUMBytes(const ENUM *numbers, int32_t count);
 VC_API int32_t E_ASN1_GetENUM(ENUM *const *numbers, int32_t count, const uint8_t **position,
                               uint32_t *remaining);
 
-/* SEQUENCE { INTEGER value }; the second argument is ignored. */
+/* SEQUENCE { INTEGER value }; the second argument is ignored. The reader takes magnitudes of at
+ * most four octets (after leading zeros). */
 VC_API int32_t E_ASN1_PutU32(uint32_t value, int32_t ignored, uint8_t *out);
 VC_API int32_t E_ASN1_GetU32Bytes(uint32_t value);
 VC_API int32_t E_ASN1_GetU32(uint32_t *value, const uint8_t **position, uint32_t *remaining);
