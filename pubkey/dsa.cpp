@@ -7,6 +7,8 @@
 #include <vorelcrypto/dsa_dh.h>
 #include <vorelcrypto/random.h>
 
+#include <cstring>
+
 using vc::dlog::Temp;
 namespace bn = vc::bignum;
 namespace dl = vc::dlog;
@@ -15,6 +17,15 @@ namespace {
 
 // 1 <= v <= q - 1.
 bool inRange(const ENUM *v, const ENUM *q) { return !bn::isZero(v) && EN_UComp(v, q) < 0; }
+
+// The signature is exactly the DER of its two numbers: the reader also takes BER forms (long or
+// padded lengths, padded INTEGERs), which would let one signature be written many ways.
+bool canonical(const ENUM *r, const ENUM *s, const uint8_t *sig, uint32_t sigLen) {
+    const ENUM numbers[2] = {*r, *s};
+    uint8_t der[2 * (4 * bn::kMaxModWords + 8) + 8];
+    if (E_ASN1_GetENUMBytes(numbers, 2) != int32_t(sigLen) || sigLen > sizeof der) return false;
+    return E_ASN1_PutENUM(numbers, 2, der) == int32_t(sigLen) && std::memcmp(der, sig, sigLen) == 0;
+}
 
 }  // namespace
 
@@ -76,6 +87,7 @@ int32_t E_DSA_Verify(const uint8_t *h, uint32_t hLen, const uint8_t *sig, uint32
     if (E_ASN1_GetENUM(numbers, 2, &pos, &remaining) != 1 || remaining != 0) return 0;
     // r = 1 with s = 0 would otherwise verify for every h (the inverse of 0 comes back as 0).
     if (!inRange(r.get(), &key->q) || !inRange(s.get(), &key->q)) return 0;
+    if (!canonical(r.get(), s.get(), sig, sigLen)) return 0;
     EN_BytesToENUM(m.get(), h, hLen);
     EN_Mod_Inv(w.get(), s.get(), &key->q);
     EN_Mod_Mul(u1.get(), m.get(), w.get(), &key->q);

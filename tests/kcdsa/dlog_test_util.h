@@ -4,6 +4,7 @@
 
 #include <openssl/bn.h>
 #include <openssl/core_names.h>
+#include <openssl/dsa.h>
 #include <openssl/evp.h>
 #include <vorelcrypto/pubkey_records.h>
 
@@ -74,6 +75,30 @@ inline bool keyParam(const EVP_PKEY *k, const char *name, mpz_ptr out) {
     fromBn(out, bn);
     BN_free(bn);
     return true;
+}
+
+// r and s of a DER SEQUENCE { INTEGER, INTEGER }, read by OpenSSL.
+inline bool parseDer(const Bytes &der, Mpz &r, Mpz &s) {
+    const unsigned char *p = der.data();
+    DSA_SIG *sig = d2i_DSA_SIG(nullptr, &p, long(der.size()));
+    if (sig == nullptr) return false;
+    const BIGNUM *br, *bs;
+    DSA_SIG_get0(sig, &br, &bs);
+    fromBn(r, br);
+    fromBn(s, bs);
+    DSA_SIG_free(sig);
+    return true;
+}
+
+inline Bytes derOf(mpz_srcptr r, mpz_srcptr s) {
+    DSA_SIG *sig = DSA_SIG_new();
+    DSA_SIG_set0(sig, toBn(r), toBn(s));
+    unsigned char *out = nullptr;
+    const int n = i2d_DSA_SIG(sig, &out);
+    Bytes der(out, out + n);
+    OPENSSL_free(out);
+    DSA_SIG_free(sig);
+    return der;
 }
 
 // A domain: q prime of qBits bits, p = 2qm + 1 prime of pBits bits, g = h^((p-1)/q) != 1.

@@ -1,7 +1,5 @@
 // KCDSA signers and verifiers against the GMP model of kcdsa_model.h, the published TTAK
 // example, and each other.
-#include <openssl/dsa.h>
-
 #include <functional>
 
 #include "kcdsa/kcdsa_model.h"
@@ -60,30 +58,6 @@ Key &ttakKey() {
     return key;
 }
 
-// r and s of a DER SEQUENCE { INTEGER, INTEGER }, read by OpenSSL.
-bool parseDer(const Bytes &der, Mpz &r, Mpz &s) {
-    const unsigned char *p = der.data();
-    DSA_SIG *sig = d2i_DSA_SIG(nullptr, &p, long(der.size()));
-    if (sig == nullptr) return false;
-    const BIGNUM *br, *bs;
-    DSA_SIG_get0(sig, &br, &bs);
-    dltest::fromBn(r, br);
-    dltest::fromBn(s, bs);
-    DSA_SIG_free(sig);
-    return true;
-}
-
-Bytes derOf(mpz_srcptr r, mpz_srcptr s) {
-    DSA_SIG *sig = DSA_SIG_new();
-    DSA_SIG_set0(sig, dltest::toBn(r), dltest::toBn(s));
-    unsigned char *out = nullptr;
-    const int n = i2d_DSA_SIG(sig, &out);
-    Bytes der(out, out + n);
-    OPENSSL_free(out);
-    DSA_SIG_free(sig);
-    return der;
-}
-
 // E_KCDSA_Sign2 and E_KCDSA_Sign2RS reproduce the model for the k they export (the zero tail,
 // hLen below and above the digest length); E_KCDSA_Sign2RS's s is right exactly when k >= e.
 TEST(KcdsaReady, SignersMatchModelForTheirNonce) {
@@ -103,7 +77,7 @@ TEST(KcdsaReady, SignersMatchModelForTheirNonce) {
             Mpz kv, e, r1, s1;
             dltest::fromBytes(kv, k, kLen);
             const Signature want = readySign(key, h, kv, e);
-            ASSERT_TRUE(parseDer(Bytes(sig, sig + sigLen), r1, s1));
+            ASSERT_TRUE(dltest::parseDer(Bytes(sig, sig + sigLen), r1, s1));
             Mpz wantR;
             dltest::fromBytes(wantR, want.r);
             EXPECT_EQ(mpz_cmp(r1, wantR), 0) << c.pBits << "/" << c.qBits << " hLen " << c.hLen;
@@ -308,11 +282,11 @@ TEST(KcdsaReady, ReadsRBackAsItsValue) {
     Mpz rv, sv;
     dltest::fromBytes(rv, r, rl);
     dltest::fromBytes(sv, s, sl);
-    const Bytes der = derOf(rv, sv);
+    const Bytes der = dltest::derOf(rv, sv);
     EXPECT_EQ(E_KCDSA_Verify(h.data(), 20, der.data(), uint32_t(der.size()), &key.rec), 1);
     // A value longer than hLen bytes is no r of this signer.
     mpz_setbit(rv, 160);
-    const Bytes longer = derOf(rv, sv);
+    const Bytes longer = dltest::derOf(rv, sv);
     EXPECT_EQ(E_KCDSA_Verify(h.data(), 20, longer.data(), uint32_t(longer.size()), &key.rec), 0);
 }
 
