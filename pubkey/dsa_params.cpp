@@ -94,10 +94,14 @@ void drawNonce(ENUM *k, const ENUM *q) {
 }
 
 bool coprimeToPMinus1(const ENUM *p, const ENUM *s) {
-    Temp pm1, d;
+    if (bignum::isZero(s)) return false;
+    // gcd(p - 1, s) = gcd(s, (p - 1) mod s): one division first keeps the binary gcd on numbers
+    // of q's size.
+    Temp pm1, rem, d;
     EN_SubU32(pm1.get(), p, 1);
     bignum::trim(pm1.get());
-    EN_GCD(d.get(), pm1.get(), s);
+    EN_Mod(rem.get(), pm1.get(), s);
+    EN_GCD(d.get(), s, rem.get());
     return isOne(d.get());
 }
 
