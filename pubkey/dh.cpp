@@ -66,7 +66,7 @@ int32_t E_DH_GenerateKey(DhKey *dh, uint32_t privateBits) {
 }
 
 int32_t E_DH_ComputeKey(uint8_t *out, const ENUM *peer, const DhKey *dh) {
-    if (!hasPrivate(dh)) return -1;
+    if (!hasPrivate(dh) || !dl::domainUsable(&dh->p, &dh->g)) return -1;
     // 0, 1 and p - 1 (and anything not below p) give a shared value anyone can predict.
     Temp pm1, shared;
     EN_SubU32(pm1.get(), &dh->p, 1);

@@ -23,6 +23,9 @@ bool isOne(const ENUM *a);
 
 // The ready-value signers' limits: 1 <= hLen <= min(byte length of q, 50).
 bool hashLengthFits(uint32_t hLen, const ENUM *q);
+// A key's p and q can be worked with: p odd, above 1 and within the modulus limit, q non-zero.
+// Anything else is refused before any arithmetic.
+bool domainUsable(const ENUM *p, const ENUM *q);
 // The sizes the parameter search accepts.
 bool paramSizesFit(uint32_t pBits, uint32_t qBits);
 

@@ -51,7 +51,7 @@ int32_t E_DSA_GenerateKey(DsaKey *key, uint32_t pBits, uint32_t qBits) {
 }
 
 int32_t E_DSA_Sign(const uint8_t *h, uint32_t hLen, uint8_t *sig, uint32_t *sigLen, const DsaKey *key) {
-    if (!dl::hashLengthFits(hLen, &key->q)) return 0;
+    if (!dl::domainUsable(&key->p, &key->q) || !dl::hashLengthFits(hLen, &key->q)) return 0;
     Temp m, k, W, t, xr, kInv, rs[2];
     ENUM *r = rs[0].get(), *s = rs[1].get();
     EN_BytesToENUM(m.get(), h, hLen);
@@ -79,7 +79,7 @@ int32_t E_DSA_Sign(const uint8_t *h, uint32_t hLen, uint8_t *sig, uint32_t *sigL
 
 int32_t E_DSA_Verify(const uint8_t *h, uint32_t hLen, const uint8_t *sig, uint32_t sigLen,
                      const DsaKey *key) {
-    if (!dl::hashLengthFits(hLen, &key->q)) return 0;
+    if (!dl::domainUsable(&key->p, &key->q) || !dl::hashLengthFits(hLen, &key->q)) return 0;
     Temp r, s, m, w, u1, u2, v, W;
     ENUM *const numbers[2] = {r.get(), s.get()};
     const uint8_t *pos = sig;

@@ -41,6 +41,11 @@ bool hashLengthFits(uint32_t hLen, const ENUM *q) {
     return hLen != 0 && hLen <= kMaxHashBytes && hLen <= byteLength(q);
 }
 
+bool domainUsable(const ENUM *p, const ENUM *q) {
+    return p->sign == 0 && p->length > 0 && p->length <= bignum::kMaxModWords && (p->words[0] & 1) != 0 &&
+           bignum::bitLength(p) > 1 && q->sign == 0 && q->length <= bignum::kMaxModWords && !bignum::isZero(q);
+}
+
 bool paramSizesFit(uint32_t pBits, uint32_t qBits) {
     return qBits >= kMinPrimeBits && pBits <= kMaxModulusBits && pBits >= qBits + 8;
 }
@@ -48,14 +53,6 @@ bool paramSizesFit(uint32_t pBits, uint32_t qBits) {
 void powSecret(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *p) { bignum::modExpSecret(r, a, e, p); }
 
 void powPublic(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *p) { bignum::modExpPublic(r, a, e, p); }
-
-void powPublic2(ENUM *r, const ENUM *a, const ENUM *e1, const ENUM *b, const ENUM *e2, const ENUM *p) {
-    Temp u, v;
-    bignum::modExpPublic(u.get(), a, e1, p);
-    bignum::modExpPublic(v.get(), b, e2, p);
-    EN_Mod_Mul(r, u.get(), v.get(), p);
-    bignum::trim(r);
-}
 
 bool probablePrime(const ENUM *n) {
     // A candidate with a small factor would fail the test anyway; the screen only saves time.

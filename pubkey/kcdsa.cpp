@@ -40,6 +40,11 @@ void hashXor(ENUM *e, const uint8_t *v, const uint8_t *h, uint32_t hLen, const E
     EN_Mod(e, e, q);
 }
 
+// The ready-value functions' limits on hLen, and a usable key.
+bool readyFits(uint32_t hLen, const KcdsaKey *key) {
+    return dl::domainUsable(&key->p, &key->q) && dl::hashLengthFits(hLen, &key->q);
+}
+
 // The core of the ready-value signers: r (hLen bytes), s and the k of the pass that was kept.
 // `magnitude` takes k - e as a plain magnitude difference, right only when k >= e.
 void signReady(const uint8_t *h, uint32_t hLen, const KcdsaKey *key, bool magnitude, uint8_t *r,
@@ -69,7 +74,7 @@ void signReady(const uint8_t *h, uint32_t hLen, const KcdsaKey *key, bool magnit
 // E_KCDSA_Sign and E_KCDSA_Sign2: SEQUENCE { INTEGER r, INTEGER s }.
 int32_t signDer(const uint8_t *h, uint32_t hLen, uint8_t *sig, uint32_t *sigLen, const KcdsaKey *key,
                 uint8_t *kOut, uint32_t *kLen) {
-    if (!dl::hashLengthFits(hLen, &key->q)) return 0;
+    if (!readyFits(hLen, key)) return 0;
     uint8_t r[dl::kMaxHashBytes];
     Temp rs[2], k;
     signReady(h, hLen, key, false, r, rs[1].get(), k.get());
@@ -85,7 +90,7 @@ int32_t signDer(const uint8_t *h, uint32_t hLen, uint8_t *sig, uint32_t *sigLen,
 
 // The ready-value verifiers once r and s are known: r holds at least hLen bytes.
 int32_t verifyReady(const uint8_t *h, uint32_t hLen, const uint8_t *r, const ENUM *s, const KcdsaKey *key) {
-    if (!dl::hashLengthFits(hLen, &key->q)) return 0;
+    if (!readyFits(hLen, key)) return 0;
     Temp e, W;
     hashXor(e.get(), r, h, hLen, &key->q);
     dl::powPublic2(W.get(), &key->y, s, &key->g, e.get(), &key->p);
@@ -171,7 +176,7 @@ int32_t E_KCDSA_Sign2(const uint8_t *h, uint32_t hLen, uint8_t *sig, uint32_t *s
 
 int32_t E_KCDSA_Sign2RS(const uint8_t *h, uint32_t hLen, uint8_t *r, uint32_t *rLen, uint8_t *s,
                         uint32_t *sLen, const KcdsaKey *key, uint8_t *k, uint32_t *kLen) {
-    if (!dl::hashLengthFits(hLen, &key->q)) return 0;
+    if (!readyFits(hLen, key)) return 0;
     Temp S, K;
     signReady(h, hLen, key, true, r, S.get(), K.get());
     *rLen = hLen;
@@ -183,6 +188,7 @@ int32_t E_KCDSA_Sign2RS(const uint8_t *h, uint32_t hLen, uint8_t *r, uint32_t *r
 
 int32_t E_KCDSA_Sign_New(uint32_t hashAlg, const uint8_t *msg, uint32_t msgLen, uint8_t *sig,
                          uint32_t *sigLen, const KcdsaKey *key) {
+    if (!dl::domainUsable(&key->p, &key->q)) return 0;
     Temp y, k, W, e, d, s;
     if (key->y.words != nullptr && key->y.length >= 32)
         bn::loadTemp(y, &key->y);
@@ -251,7 +257,7 @@ int32_t E_KCDSA_Verify_New(uint32_t hashAlg, const uint8_t *msg, uint32_t msgLen
                            uint32_t sigLen, const KcdsaKey *key) {
     // With an unknown hash id both hash values would stay zero and every signature with a zero
     // r would verify: such signatures are refused.
-    if (!known(hashAlg)) return 0;
+    if (!known(hashAlg) || !dl::domainUsable(&key->p, &key->q)) return 0;
     uint8_t r[64];
     uint32_t rLen = sizeof r;
     Temp s, e, W;
