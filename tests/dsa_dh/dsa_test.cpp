@@ -237,6 +237,11 @@ TEST(DsaSign, HashLengthLimits) {
     EXPECT_EQ(E_DSA_Verify(h.data(), 50, sig, n, &k.rec), 1);
     Key &small = *wycheproof().keys.begin()->second;
     EXPECT_EQ(E_DSA_Sign(h.data(), uint32_t(small.qBytes()) + 1, sig, &n, &small.rec), 0);
+    // A record without a usable domain is refused before any arithmetic.
+    DsaKey empty = {};
+    E_DSA_Init(&empty);
+    EXPECT_EQ(E_DSA_Sign(h.data(), 20, sig, &n, &empty), 0);
+    EXPECT_EQ(E_DSA_Verify(h.data(), 20, sig, n, &empty), 0);
 }
 
 }  // namespace

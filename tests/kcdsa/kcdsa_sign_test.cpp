@@ -266,6 +266,25 @@ TEST(KcdsaAll, SignaturesVerifyAndResistChanges) {
     EXPECT_EQ(E_KCDSA_Verify_New(E_KCDSA_HASH_SHA1, m.data(), 2, sig.data(), uint32_t(sig.size()), &key.rec), 0);
 }
 
+// A record without a usable domain (nothing loaded, or an even p) is refused by every signer and
+// verifier before any arithmetic.
+TEST(KcdsaAll, UnusableKeysAreRefused) {
+    KcdsaKey empty = {}, even = domainKey(1000, 160).rec;
+    E_KCDSA_Init(&empty);
+    E_KCDSA_Init(&even);
+    even.p.words[0] &= ~1u;
+    const Bytes h(20, 1), sig = signNew(E_KCDSA_HASH_SHA1, h, domainKey(1000, 160).rec);
+    for (const KcdsaKey *key : {&empty, &even}) {
+        uint8_t out[200], r[20], s[64], k[64];
+        uint32_t n = 0, rl = 0, sl = 0, kl = 0;
+        EXPECT_EQ(E_KCDSA_Sign(h.data(), 20, out, &n, key), 0);
+        EXPECT_EQ(E_KCDSA_Sign2RS(h.data(), 20, r, &rl, s, &sl, key, k, &kl), 0);
+        EXPECT_EQ(E_KCDSA_Sign_New(E_KCDSA_HASH_SHA1, h.data(), 20, out, &n, key), 0);
+        EXPECT_EQ(E_KCDSA_Verify_New(E_KCDSA_HASH_SHA1, h.data(), 20, sig.data(), uint32_t(sig.size()), key), 0);
+        EXPECT_EQ(E_KCDSA_Verify_withParams(h.data(), 20, h.data(), 20, h.data(), 20, key), 0);
+    }
+}
+
 // r goes out as an INTEGER (leading zero bytes dropped, a 0x00 before a top bit) and is read back
 // as that value in hLen bytes: a signature whose r starts with a zero byte verifies too.
 TEST(KcdsaReady, ReadsRBackAsItsValue) {
