@@ -5,6 +5,7 @@
 #include <openssl/bn.h>
 #include <openssl/core_names.h>
 #include <openssl/dsa.h>
+#include <openssl/param_build.h>
 #include <openssl/evp.h>
 #include <vorelcrypto/pubkey_records.h>
 
@@ -68,6 +69,23 @@ inline BIGNUM *toBn(mpz_srcptr z) {
     const Bytes b = bytesOf(z);
     return BN_bin2bn(b.data(), int(b.size()), nullptr);
 }
+// An OpenSSL key of `type` ("DSA", "DH") from named numbers (OSSL_PKEY_PARAM_FFC_P ...).
+inline EVP_PKEY *opensslKey(const char *type, std::initializer_list<std::pair<const char *, mpz_srcptr>> numbers,
+                            int selection = EVP_PKEY_KEYPAIR) {
+    OSSL_PARAM_BLD *b = OSSL_PARAM_BLD_new();
+    std::vector<BIGNUM *> bns;
+    for (auto [name, z] : numbers) OSSL_PARAM_BLD_push_BN(b, name, bns.emplace_back(toBn(z)));
+    OSSL_PARAM *params = OSSL_PARAM_BLD_to_param(b);
+    EVP_PKEY_CTX *ctx = EVP_PKEY_CTX_new_from_name(nullptr, type, nullptr);
+    EVP_PKEY *key = nullptr;
+    EXPECT_TRUE(EVP_PKEY_fromdata_init(ctx) == 1 && EVP_PKEY_fromdata(ctx, &key, selection, params) == 1);
+    EVP_PKEY_CTX_free(ctx);
+    OSSL_PARAM_free(params);
+    OSSL_PARAM_BLD_free(b);
+    for (BIGNUM *bn : bns) BN_free(bn);
+    return key;
+}
+
 // A number parameter (OSSL_PKEY_PARAM_FFC_P ...) of an OpenSSL key; false when it has none.
 inline bool keyParam(const EVP_PKEY *k, const char *name, mpz_ptr out) {
     BIGNUM *bn = nullptr;

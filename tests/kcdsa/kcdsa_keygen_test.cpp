@@ -157,17 +157,14 @@ TEST(KcdsaKeygen, BuiltInParameters) {
 TEST(KcdsaKeygen, RefusedSizes) {
     Record r;
     uint8_t seed[20] = {1}, out[200];
-    uint32_t l1 = 0, l2 = 0, l3 = 0, l4 = 0, l5 = 0;
-    EXPECT_EQ(E_KCDSA_GenerateKey(&r.k, 512, 8), 0);       // q too small
-    EXPECT_EQ(E_KCDSA_GenerateKey(&r.k, 160, 160), 0);     // no room for p
-    EXPECT_EQ(E_KCDSA_GenerateKey(&r.k, 2432, 160), 0);    // beyond the modulus limit
-    EXPECT_EQ(E_KCDSA_GenerateKey2(&r.k, 512, 160, nullptr, &l1, seed, &l2), 0);
-    EXPECT_EQ(E_KCDSA_GenerateKey3(&r.k, 0, 160, seed, &l1, seed, &l2), 0);  // no domain yet
-    EXPECT_EQ(E_KCDSA_GenerateXY(&r.k, 0, 160), 0);
-    EXPECT_EQ(E_KCDSA_GenerateKey_fixParam(&r.k, 0, 0), 0);
-    EXPECT_EQ(E_KCDSA_GenerateX9Key(&r.k, 1, 160, seed, &l1, &l2, &l3, out, &l4), 0);
-    EXPECT_EQ(l1 + l2 + l3 + l4 + l5, 0u);
-    EXPECT_EQ(r.k.p.length + r.k.q.length + r.k.x.length, 0);
+    uint32_t l[4] = {};
+    EXPECT_EQ(E_KCDSA_GenerateKey(&r.k, 512, 8) + E_KCDSA_GenerateKey(&r.k, 160, 160) +
+                  E_KCDSA_GenerateKey(&r.k, 2432, 160) + E_KCDSA_GenerateKey2(&r.k, 512, 160, nullptr, l, seed, l) +
+                  E_KCDSA_GenerateKey3(&r.k, 0, 160, seed, l, seed, l) + E_KCDSA_GenerateXY(&r.k, 0, 160) +
+                  E_KCDSA_GenerateKey_fixParam(&r.k, 0, 0) +
+                  E_KCDSA_GenerateX9Key(&r.k, 1, 160, seed, l, l + 1, l + 2, out, l + 3),
+              0);
+    EXPECT_EQ(l[0] + l[1] + l[2] + l[3] + uint32_t(r.k.p.length + r.k.q.length + r.k.x.length), 0u);
 }
 
 }  // namespace
