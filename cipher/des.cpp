@@ -70,8 +70,6 @@ constexpr uint8_t kShifts[16] = {1, 1, 2, 2, 2, 2, 2, 2, 1, 2, 2, 2, 2, 2, 2, 1}
 constexpr unsigned kSlot[8] = {0, 7, 3, 6, 2, 5, 1, 4};
 constexpr unsigned kRotation = 7;
 
-constexpr uint32_t rotl(uint32_t x, unsigned n) { return (x << n) | (x >> ((32 - n) & 31)); }
-
 // ---- SP tables: kSp[slot][v] = P(S_j(v) in its nibble), rotated like the halves ----
 
 struct SpTables {
@@ -86,7 +84,7 @@ constexpr SpTables makeSp() {
             uint32_t out = 0;
             for (unsigned i = 0; i < 32; ++i)
                 if (in >> (32 - kP[i]) & 1) out |= 1u << (31 - i);
-            sp.t[kSlot[j]][v] = rotl(out, kRotation);
+            sp.t[kSlot[j]][v] = rotl32(out, kRotation);
         }
     return sp;
 }

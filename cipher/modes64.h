@@ -27,11 +27,11 @@ struct BitReversed {
     static void through(Block<kWords> &b, Op op) {
         for (auto &w : b) {
             w = reverseByteBits(w);
-            if constexpr (C::kOrder == WordOrder::Big) w = __builtin_bswap32(w);
+            if constexpr (C::kOrder == WordOrder::Big) w = byteSwap32(w);
         }
         op(b);
         for (auto &w : b) {
-            if constexpr (C::kOrder == WordOrder::Big) w = __builtin_bswap32(w);
+            if constexpr (C::kOrder == WordOrder::Big) w = byteSwap32(w);
             w = reverseByteBits(w);
         }
     }

@@ -82,6 +82,7 @@ void compress(uint32_t *state, uint8_t *buffer, const uint8_t *data, uint32_t bl
 }  // namespace
 }  // namespace vc::hash
 
+using namespace vc;
 using namespace vc::hash;
 
 extern "C" {

@@ -68,6 +68,7 @@ constexpr uint8_t kPadding[64] = {0x80};
 }  // namespace
 }  // namespace vc::hash
 
+using namespace vc;
 using namespace vc::hash;
 
 extern "C" {

@@ -95,6 +95,7 @@ inline void putByte(Ripemd160Context *context, uint32_t byte) {
 }  // namespace
 }  // namespace vc::hash
 
+using namespace vc;
 using namespace vc::hash;
 
 extern "C" {

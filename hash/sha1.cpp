@@ -6,10 +6,10 @@
 // procedure would leave it. SHA-1 uses the processor's SHA extensions when it has them.
 #include <vorelcrypto/hash.h>
 
+#include "common/cpu.h"
 #include "hash/hash_util.h"
 #include "hash/sha1.h"
 
-#include <cpuid.h>
 #include <immintrin.h>
 
 #include <utility>
@@ -124,14 +124,6 @@ void sha1CompressNi(uint32_t state[5], const uint8_t *data, size_t blocks, bool 
         sha1Ni<Source::HostWords>(state, data, blocks);
 }
 
-bool detectShaExtensions() {
-    unsigned a, b, c, d;
-    if (!__get_cpuid(1, &a, &b, &c, &d)) return false;
-    bool ssse3 = c & (1u << 9), sse41 = c & (1u << 19);
-    if (!__get_cpuid_count(7, 0, &a, &b, &c, &d)) return false;
-    return ssse3 && sse41 && (b & (1u << 29));
-}
-
 // ---- portable code and dispatch ----
 
 template <Source S>
@@ -163,7 +155,7 @@ inline uint8_t *bufferBytes(ShaContext *ctx) { return reinterpret_cast<uint8_t *
 
 // Byte-reverses `count` buffer words starting at word `first` (to big-endian on this host).
 inline void convertWords(ShaContext *ctx, unsigned first, unsigned count) {
-    for (unsigned i = first; i < first + count; ++i) ctx->buffer[i] = __builtin_bswap32(ctx->buffer[i]);
+    for (unsigned i = first; i < first + count; ++i) ctx->buffer[i] = byteSwap32(ctx->buffer[i]);
 }
 
 void init(ShaContext *ctx) {
@@ -248,16 +240,13 @@ void finish(ShaContext *ctx, uint8_t *digest) {
     ctx->buffer[14] = ctx->countHigh;
     ctx->buffer[15] = ctx->countLow;
     compressBuffer<Sha1>(ctx);
-    for (uint32_t &h : ctx->state) h = __builtin_bswap32(h);
+    for (uint32_t &h : ctx->state) h = byteSwap32(h);
     std::memcpy(digest, ctx->state, 20);
 }
 
 }  // namespace
 
-bool cpuHasShaExtensions() {
-    static const bool has = detectShaExtensions();
-    return has;
-}
+bool cpuHasShaExtensions() { return cpuFeatures().sha; }
 
 namespace {
 bool &shaExtensionsFlag() {
@@ -275,6 +264,7 @@ void sha1CompressBytes(uint32_t state[5], const uint8_t *data, size_t blocks) {
 
 }  // namespace vc::hash
 
+using namespace vc;
 using namespace vc::hash;
 
 extern "C" {

@@ -3,6 +3,7 @@
 // copied into the context first otherwise. The 128-bit bit count carries fully.
 #include <vorelcrypto/hash.h>
 
+#include "common/cpu.h"
 #include "hash/hash_util.h"
 #include "hash/sha1.h"
 
@@ -125,13 +126,11 @@ __attribute__((target("bmi2,avx2,avx512f,avx512vl"))) void compressAvx512(uint64
 using Compress = void (*)(uint64_t s[8], const uint8_t *data, size_t blocks);
 
 bool supported(Sha512Code code) {
-    __builtin_cpu_init();
+    const CpuFeatures &cpu = cpuFeatures();
     switch (code) {
     case Sha512Code::Baseline: return true;
-    case Sha512Code::Bmi2Avx: return __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("avx");
-    case Sha512Code::Avx512:
-        return supported(Sha512Code::Bmi2Avx) && __builtin_cpu_supports("avx2") &&
-               __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl");
+    case Sha512Code::Bmi2Avx: return cpu.bmi2 && cpu.avx;
+    case Sha512Code::Avx512: return cpu.bmi2 && cpu.avx && cpu.avx2 && cpu.avx512f && cpu.avx512vl;
     }
     return false;
 }
@@ -226,6 +225,7 @@ bool selectSha512Code(Sha512Code code) {
 
 }  // namespace vc::hash
 
+using namespace vc;
 using namespace vc::hash;
 
 extern "C" {
