@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "cipher/block_modes.h"
-#include "cipher/modes64.h"
+#include "cipher/mode_exports.h"
 
 namespace vc::cipher {
 namespace {
