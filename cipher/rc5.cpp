@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 
+#include "common/wipe.h"
 #include "cipher/block_modes.h"
 #include "cipher/mode_exports.h"
 
@@ -80,6 +81,7 @@ void E_RC5_KeySchedule(Rc5KeySchedule *schedule, const uint8_t *key, uint32_t ke
         if (++i == t) i = 0;
         if (++j == c) j = 0;
     }
+    vc::secure_wipe(l, size_t(c) * 4);
     if (l != stackWords) std::free(l);
 }
 

@@ -40,10 +40,4 @@ inline void AdoptContext(CspContextRecord *record, const CspContextRecord *conte
     record->attributes = context->attributes;
 }
 
-// Erases memory that held keys or cipher state; the compiler may not drop the stores.
-inline void Wipe(void *p, size_t n) {
-    volatile uint8_t *v = static_cast<volatile uint8_t *>(p);
-    while (n--) *v++ = 0;
-}
-
 }  // namespace vc::csp

@@ -3,6 +3,7 @@
 // CSP_GenerateKey takes no random bytes: it turns the caller's key material into a key record
 // (header, raw key bytes, key schedule) inside the caller's key buffer, so that every later
 // Init only points at the schedule instead of recomputing it.
+#include "common/wipe.h"
 #include "csp/key_record.h"
 
 #include <vorelcrypto/cipher.h>
@@ -178,7 +179,7 @@ int32_t CSP_GenerateKey(uint32_t, CspContextHandle handle, const CspContextRecor
 int32_t CSP_FreeKey(uint32_t, DataBlob *key) {
     if (key == nullptr) return SetProviderError(CSP_ERR_NULL_BLOB);
     if (key->Data == nullptr && key->Length != 0) return SetProviderError(CSP_ERR_NULL_DATA);
-    if (key->Data != nullptr) vc::csp::Wipe(key->Data, key->Length);
+    if (key->Data != nullptr) vc::secure_wipe(key->Data, key->Length);
     key->Length = 0;
     return 0;
 }

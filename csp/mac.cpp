@@ -13,6 +13,7 @@
 #include <cstring>
 #include <new>
 
+#include "common/wipe.h"
 #include "csp/attributes.h"
 #include "csp/key_record.h"
 #include "csp/provider_error.h"
@@ -57,7 +58,7 @@ MacState *stateOf(CspContextRecord *record, uint32_t direction) {
     if (magic != direction) return nullptr;
     return std::launder(reinterpret_cast<MacState *>(record->work));
 }
-void endMac(CspContextRecord *record) { Wipe(record->work, sizeof(MacState)); }
+void endMac(CspContextRecord *record) { vc::secure_wipe(record->work, sizeof(MacState)); }
 
 void hmacStart(HmacPart &h, const uint8_t *key, uint32_t length) {
     uint8_t digest[vc::hash::kMd5DigestLength];
@@ -73,8 +74,8 @@ void hmacStart(HmacPart &h, const uint8_t *key, uint32_t length) {
     for (auto &b : pad) b ^= 0x36 ^ 0x5c;
     vc::hash::md5Init(&h.outer);
     vc::hash::md5Update(&h.outer, pad, kMd5Block);
-    Wipe(pad, sizeof pad);
-    Wipe(digest, sizeof digest);
+    vc::secure_wipe(pad, sizeof pad);
+    vc::secure_wipe(digest, sizeof digest);
 }
 
 int32_t start(CspContextRecord *record, const CspContextRecord *context, uint32_t direction) {
@@ -112,7 +113,7 @@ void cbcAbsorbBlocks(CbcMacPart &c, const uint8_t *in, uint32_t n) {
         c.run(in, scratch, c.schedule, take, c.chain);
         in += take, n -= take;
     }
-    Wipe(scratch, sizeof scratch);
+    vc::secure_wipe(scratch, sizeof scratch);
 }
 
 void cbcAbsorb(CbcMacPart &c, const uint8_t *in, uint32_t n) {
@@ -145,7 +146,7 @@ void hmacFinish(HmacPart &h, uint8_t *mac) {
     vc::hash::md5Final(&h.inner, inner);
     vc::hash::md5Update(&h.outer, inner, sizeof inner);
     vc::hash::md5Final(&h.outer, mac);
-    Wipe(inner, sizeof inner);
+    vc::secure_wipe(inner, sizeof inner);
 }
 
 int32_t update(CspContextRecord *record, uint32_t direction, const DataBlob *data, uint32_t count) {

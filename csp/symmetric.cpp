@@ -14,6 +14,7 @@
 #include <cstring>
 #include <new>
 
+#include "common/wipe.h"
 #include "csp/attributes.h"
 #include "csp/key_record.h"
 #include "csp/provider_error.h"
@@ -76,7 +77,7 @@ CipherState *stateOf(CspContextRecord *record, uint32_t direction) {
     return std::launder(reinterpret_cast<CipherState *>(record->work));
 }
 
-void endOperation(CspContextRecord *record) { Wipe(record->work, sizeof(CipherState)); }
+void endOperation(CspContextRecord *record) { vc::secure_wipe(record->work, sizeof(CipherState)); }
 
 bool isDecrypting(const CipherState &s) { return s.magic == kDecrypting; }
 bool holdsLastBlock(const CipherState &s) { return s.blocked && s.padded && isDecrypting(s); }
@@ -357,12 +358,12 @@ int32_t final(CspContextRecord *record, uint32_t direction, DataBlob *remaining)
     const int32_t reason = finish(*s, last, &length);
     endOperation(record);
     if (reason != 0) {
-        Wipe(last, sizeof last);
+        vc::secure_wipe(last, sizeof last);
         if (buffer != remaining->Data) std::free(buffer);
         return reason;
     }
     std::memcpy(buffer, last, length);
-    Wipe(last, sizeof last);
+    vc::secure_wipe(last, sizeof last);
     remaining->Data = buffer;
     remaining->Length = length;
     return 0;

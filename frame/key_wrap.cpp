@@ -6,8 +6,8 @@
 #include <vorelcrypto/frame.h>
 
 #include <cstring>
-#include <string.h>
 
+#include "common/wipe.h"
 #include "frame/symmetric_service.h"
 
 namespace {
@@ -35,12 +35,12 @@ uint8_t *engineCbc(LibContext *ctx, const SymKeyRecord *key, const DataBlob *inp
         SeedKeySchedule ks;
         E_SEED_KeySchedule(&ks, key->key);
         (encrypt ? E_SEED_CBC_Encrypt : E_SEED_CBC_Decrypt)(out, out, &ks, input->Length, key->iv);
-        explicit_bzero(&ks, sizeof ks);
+        vc::secure_wipe_object(ks);
     } else {
         DesKeySchedule ks;
         E_DES_KeySchedule(&ks, key->key);
         (encrypt ? E_DES_CBC_Encrypt : E_DES_CBC_Decrypt)(out, out, &ks, input->Length, key->iv);
-        explicit_bzero(&ks, sizeof ks);
+        vc::secure_wipe_object(ks);
     }
     return out;
 }

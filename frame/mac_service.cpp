@@ -7,6 +7,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "common/wipe.h"
 #include "frame/provider_records.h"
 
 namespace {
@@ -34,7 +35,7 @@ struct MacCall {
     MacCall &operator=(const MacCall &) = delete;
     ~MacCall() {
         // The key record holds the key schedule; the blocks may be handed out again.
-        if (keyRecord.Data != nullptr) std::memset(keyRecord.Data, 0, CSP_KEY_RECORD_MAX);
+        vc::secure_wipe(keyRecord.Data, CSP_KEY_RECORD_MAX);
         V_free(ctx, keyRecord.Data);
         V_free(ctx, mac.Data);
         V_free(ctx, message.Data);
@@ -165,7 +166,7 @@ extern "C" uint32_t V_GenRandom(LibContext *ctx, int32_t generatorId, uint32_t l
             if (length > 0) std::memcpy(out, work.Data, length);
             *result = out;
         }
-        std::memset(work.Data, 0, std::max(length, kRandomBufferSize));
+        vc::secure_wipe(work.Data, std::max(length, kRandomBufferSize));
     }
     V_free(ctx, work.Data);
     vc::frame::FreeContextHolder(ctx, holder);

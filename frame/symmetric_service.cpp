@@ -12,8 +12,8 @@
 #include <cstring>
 #include <initializer_list>
 #include <iterator>
-#include <string.h>
 
+#include "common/wipe.h"
 #include "frame/gpki_handoff.h"
 #include "frame/provider_records.h"
 #include "frame/symmetric_service.h"
@@ -24,11 +24,6 @@ namespace {
 
 constexpr uint32_t kBlock = 8;
 
-template <class T>
-void wipe(T &record) {
-    explicit_bzero(&record, sizeof record);
-}
-
 bool tripleDesCbc(const SymKeyRecord *key, const uint8_t *iv, bool encrypt, uint8_t *data,
                   uint32_t length) {
     if (key->keyLength < 24) return false;
@@ -38,7 +33,7 @@ bool tripleDesCbc(const SymKeyRecord *key, const uint8_t *iv, bool encrypt, uint
         E_DES3_3Key_CBC_Encrypt(data, data, &ks, length, iv);
     else
         E_DES3_3Key_CBC_Decrypt(data, data, &ks, length, iv);
-    wipe(ks);
+    vc::secure_wipe_object(ks);
     return true;
 }
 
@@ -51,7 +46,7 @@ bool rc2Cbc(const SymKeyRecord *key, const uint8_t *iv, bool encrypt, uint8_t *d
         E_RC2_CBC_Encrypt(data, data, &ks, length, iv);
     else
         E_RC2_CBC_Decrypt(data, data, &ks, length, iv);
-    wipe(ks);
+    vc::secure_wipe_object(ks);
     return true;
 }
 
@@ -142,7 +137,7 @@ int32_t seedCbc(LibContext *ctx, const CipherRequest &r, const DataBlob *input, 
             std::memcpy(out, work, outLength);
         }
     }
-    wipe(ks);
+    vc::secure_wipe_object(ks);
     V_free(ctx, work);
     if (code == VC_OK)
         *output = DataBlob{outLength, out};
