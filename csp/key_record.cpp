@@ -98,13 +98,13 @@ bool aligned(const void *p) { return reinterpret_cast<uintptr_t>(p) % kRecordAli
 int32_t checkMaterial(const CspContextRecord *record, const KeyAlgorithm &a,
                       const DataBlob *material, uint32_t *keyBytes, uint32_t *effectiveBits) {
     uint32_t bits = 0;
-    if (!FindUint32(record, CSP_ATTR_KEY_LENGTH, &bits)) return CSP_ERR_MISSING_ATTRIBUTE;
+    if (!findUint32(record, CSP_ATTR_KEY_LENGTH, &bits)) return CSP_ERR_MISSING_ATTRIBUTE;
     if (bits % 8 != 0) return CSP_ERR_INVALID_KEY;
     const uint32_t n = bits / 8;
     if (material->Length < n || (n != 0 && material->Data == nullptr)) return CSP_ERR_NULL_DATA;
     if (n < a.minBytes || n > a.maxBytes) return CSP_ERR_INVALID_KEY;
     uint32_t effective = a.fixedEffectiveBits != 0 ? a.fixedEffectiveBits : bits;
-    if (a.algorithm == CSP_ALG_RC2 && FindUint32(record, CSP_ATTR_EFFECTIVE_BITS, &effective) &&
+    if (a.algorithm == CSP_ALG_RC2 && findUint32(record, CSP_ATTR_EFFECTIVE_BITS, &effective) &&
         (effective < 1 || effective > 1024))
         return CSP_ERR_INVALID_KEY;
     *keyBytes = n;
@@ -114,9 +114,9 @@ int32_t checkMaterial(const CspContextRecord *record, const KeyAlgorithm &a,
 
 }  // namespace
 
-bool IsCipherAlgorithm(uint32_t algorithm) { return findAlgorithm(algorithm) != nullptr; }
+bool isCipherAlgorithm(uint32_t algorithm) { return findAlgorithm(algorithm) != nullptr; }
 
-int32_t OpenKeyRecord(const DataBlob *blob, KeyView *view) {
+int32_t openKeyRecord(const DataBlob *blob, KeyView *view) {
     if (blob == nullptr || blob->Data == nullptr || !aligned(blob->Data) ||
         blob->Length < sizeof(KeyRecordHeader))
         return CSP_ERR_INVALID_KEY;
@@ -145,7 +145,7 @@ int32_t CSP_GenerateKey(uint32_t, CspContextHandle handle, const CspContextRecor
     using namespace vc::csp;
     CspContextRecord *record = handle;
     if (record == nullptr) return SetProviderError(CSP_ERR_NO_CONTEXT);
-    AdoptContext(record, context);
+    adoptContext(record, context);
     if (record->contextClass != CSP_CLASS_KEYGEN) return SetProviderError(CSP_ERR_CLASS);
     const KeyAlgorithm *a = findAlgorithm(record->algorithm);
     if (a == nullptr) return SetProviderError(CSP_ERR_ALGORITHM);
@@ -192,10 +192,10 @@ int32_t CSP_QuerySizeInBits(uint32_t, CspContextHandle handle, const CspContextR
     if (key == nullptr) {
         const CspContextRecord *record = context != nullptr ? context : handle;
         if (record == nullptr) return SetProviderError(CSP_ERR_NULL_BLOB);
-        if (!FindBlob(record, CSP_ATTR_KEY, &key)) return SetProviderError(CSP_ERR_MISSING_ATTRIBUTE);
+        if (!findBlob(record, CSP_ATTR_KEY, &key)) return SetProviderError(CSP_ERR_MISSING_ATTRIBUTE);
     }
     KeyView view;
-    if (int32_t reason = OpenKeyRecord(key, &view)) return SetProviderError(reason);
+    if (int32_t reason = openKeyRecord(key, &view)) return SetProviderError(reason);
     size->logicalBits = 8 * view.header->keyBytes;
     size->effectiveBits = view.header->effectiveBits;
     return 0;

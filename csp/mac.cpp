@@ -80,13 +80,13 @@ void hmacStart(HmacPart &h, const uint8_t *key, uint32_t length) {
 
 int32_t start(CspContextRecord *record, const CspContextRecord *context, uint32_t direction) {
     if (record == nullptr) return CSP_ERR_NO_CONTEXT;
-    AdoptContext(record, context);
+    adoptContext(record, context);
     if (record->contextClass != CSP_CLASS_MAC) return CSP_ERR_CLASS;
-    if (MacLength(record->algorithm) == 0) return CSP_ERR_ALGORITHM;
+    if (macLength(record->algorithm) == 0) return CSP_ERR_ALGORITHM;
     const DataBlob *keyBlob = nullptr;
-    if (!FindBlob(record, CSP_ATTR_KEY, &keyBlob)) return CSP_ERR_MISSING_ATTRIBUTE;
+    if (!findBlob(record, CSP_ATTR_KEY, &keyBlob)) return CSP_ERR_MISSING_ATTRIBUTE;
     KeyView key;
-    if (OpenKeyRecord(keyBlob, &key) != 0) return CSP_ERR_INVALID_KEY;
+    if (openKeyRecord(keyBlob, &key) != 0) return CSP_ERR_INVALID_KEY;
     const bool hmac = record->algorithm == CSP_ALG_MD5;
     if (!hmac && key.header->algorithm != record->algorithm) return CSP_ERR_INVALID_KEY;
 
@@ -168,7 +168,7 @@ int32_t update(CspContextRecord *record, uint32_t direction, const DataBlob *dat
 
 // Computes the MAC into `mac` (kMaxMac bytes) and ends the operation; returns its length.
 uint32_t finish(CspContextRecord *record, MacState *s, uint8_t *mac) {
-    const uint32_t length = MacLength(s->algorithm);
+    const uint32_t length = macLength(s->algorithm);
     if (s->algorithm == CSP_ALG_MD5)
         hmacFinish(s->hmac, mac);
     else
@@ -183,7 +183,7 @@ int32_t generateFinal(CspContextRecord *record, DataBlob *mac) {
     if (s == nullptr) return CSP_ERR_STATE;
     if (mac == nullptr) return CSP_ERR_NULL_BLOB;
     if (mac->Data == nullptr && mac->Length != 0) return CSP_ERR_NULL_DATA;
-    const uint32_t length = MacLength(s->algorithm);
+    const uint32_t length = macLength(s->algorithm);
     if (mac->Data != nullptr && mac->Length < length) return CSP_ERR_OUTPUT_SHORT;
     if (mac->Data == nullptr) {
         mac->Data = static_cast<uint8_t *>(std::malloc(length));
@@ -220,7 +220,7 @@ int32_t ended(CspContextRecord *record, int32_t reason) {
 
 }  // namespace
 
-uint32_t MacLength(uint32_t algorithm) {
+uint32_t macLength(uint32_t algorithm) {
     switch (algorithm) {
     case CSP_ALG_DES: case CSP_ALG_3DES_2KEY: return kBlock;
     case CSP_ALG_MD5: return vc::hash::kMd5DigestLength;

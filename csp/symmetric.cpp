@@ -87,14 +87,14 @@ bool holdsLastBlock(const CipherState &s) { return s.blocked && s.padded && isDe
 int32_t readSettings(const CspContextRecord *record, Settings *settings) {
     uint32_t mode = 0;
     if (record->algorithm != CSP_ALG_RC4) {  // RC4 has no mode; an attribute is ignored
-        if (!FindUint32(record, CSP_ATTR_MODE, &mode)) return CSP_ERR_MISSING_ATTRIBUTE;
+        if (!findUint32(record, CSP_ATTR_MODE, &mode)) return CSP_ERR_MISSING_ATTRIBUTE;
         if (mode != CSP_MODE_ECB && mode != CSP_MODE_CBC && mode != CSP_MODE_CFB &&
             mode != CSP_MODE_OFB)
             return CSP_ERR_MODE;
     }
     const bool blockMode = mode == CSP_MODE_ECB || mode == CSP_MODE_CBC;
     uint32_t padding = blockMode ? CSP_PADDING_PKCS7 : CSP_PADDING_NONE;
-    FindUint32(record, CSP_ATTR_PADDING, &padding);
+    findUint32(record, CSP_ATTR_PADDING, &padding);
     if (padding != CSP_PADDING_NONE && padding != CSP_PADDING_PKCS5 && padding != CSP_PADDING_PKCS7)
         return CSP_ERR_PADDING;
     settings->mode = mode;
@@ -114,19 +114,19 @@ BlockModes::Run runFor(const BlockModes &m, uint32_t mode, bool decrypt) {
 
 int32_t start(CspContextRecord *record, const CspContextRecord *context, uint32_t direction) {
     if (record == nullptr) return CSP_ERR_NO_CONTEXT;
-    AdoptContext(record, context);
+    adoptContext(record, context);
     if (record->contextClass != CSP_CLASS_SYMMETRIC) return CSP_ERR_CLASS;
-    if (!IsCipherAlgorithm(record->algorithm)) return CSP_ERR_ALGORITHM;
+    if (!isCipherAlgorithm(record->algorithm)) return CSP_ERR_ALGORITHM;
     const DataBlob *keyBlob = nullptr;
-    if (!FindBlob(record, CSP_ATTR_KEY, &keyBlob)) return CSP_ERR_MISSING_ATTRIBUTE;
+    if (!findBlob(record, CSP_ATTR_KEY, &keyBlob)) return CSP_ERR_MISSING_ATTRIBUTE;
     KeyView key;
-    if (OpenKeyRecord(keyBlob, &key) != 0 || key.header->algorithm != record->algorithm)
+    if (openKeyRecord(keyBlob, &key) != 0 || key.header->algorithm != record->algorithm)
         return CSP_ERR_INVALID_KEY;
     Settings settings;
     if (int32_t reason = readSettings(record, &settings)) return reason;
     const DataBlob *iv = nullptr;
     if (settings.mode != 0 && settings.mode != CSP_MODE_ECB) {
-        if (!FindBlob(record, CSP_ATTR_INIT_VECTOR, &iv)) return CSP_ERR_MISSING_ATTRIBUTE;
+        if (!findBlob(record, CSP_ATTR_INIT_VECTOR, &iv)) return CSP_ERR_MISSING_ATTRIBUTE;
         if (iv == nullptr || iv->Data == nullptr || iv->Length < kBlock) return CSP_ERR_IV;
     }
 
@@ -385,7 +385,7 @@ int32_t report(int32_t reason) { return reason == 0 ? 0 : SetProviderError(reaso
 
 }  // namespace
 
-int32_t SymmetricOutputSize(const CspContextRecord *record, bool encrypt, uint32_t inputSize,
+int32_t symmetricOutputSize(const CspContextRecord *record, bool encrypt, uint32_t inputSize,
                             uint32_t *outputSize) {
     uint32_t pending = 0;
     Settings settings;
@@ -395,7 +395,7 @@ int32_t SymmetricOutputSize(const CspContextRecord *record, bool encrypt, uint32
         pending = s->pendingLength;
         settings = {s->mode, s->padded, s->blocked};
     } else {
-        if (!IsCipherAlgorithm(record->algorithm)) return CSP_ERR_ALGORITHM;
+        if (!isCipherAlgorithm(record->algorithm)) return CSP_ERR_ALGORITHM;
         if (int32_t reason = readSettings(record, &settings)) return reason;
     }
     const uint64_t total = uint64_t(pending) + inputSize;

@@ -16,7 +16,7 @@ namespace {
 constexpr int32_t kGpkiSymmetricAlgorithm = 64;
 
 // The objects of one session. They are released together at the end, except after a failed
-// start or cipher step, where the session is abandoned as it stands (see GpkiSymmetric).
+// start or cipher step, where the session is abandoned as it stands (see gpkiSymmetric).
 struct Session {
     const GpkiFunctionTable *table;
     void *handle = nullptr;
@@ -64,7 +64,7 @@ int32_t runSession(LibContext *ctx, Session &s, const SymKeyRecord *key, const D
 
 }  // namespace
 
-int32_t GpkiSymmetric(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
+int32_t gpkiSymmetric(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
                       DataBlob *output, bool encrypt) {
     const GpkiFunctionTable *table = V_GetGPKIFunc(ctx);
     if (table->present == nullptr) return VC_ERR_GPKI_ABSENT;
