@@ -25,7 +25,7 @@ using vc::cipher::BlockModes;
 struct KeyAlgorithm {
     uint32_t algorithm;
     uint32_t minBytes, maxBytes;
-    uint32_t documentedSize;  // the record size hosts have always reserved (a minimum)
+    uint32_t reservedSize;  // the record size callers reserve for the key (a minimum)
     uint32_t scheduleSize;
     uint32_t fixedEffectiveBits;  // 0: 8 * key bytes (or RC2's attribute)
     uint32_t rounds;
@@ -48,8 +48,8 @@ constexpr KeyAlgorithm kAlgorithms[] = {
      [](void *ks, const uint8_t *k, uint32_t, uint32_t) {
          E_IDEA_KeySchedule(static_cast<IdeaKeySchedule *>(ks), k);
      }},
-    // 128 bytes is the documented size of the usual 8-byte key; the 5-byte key of the 40-bit
-    // service row is documented at 40. The larger of it and the real layout is used.
+    // Callers reserve 128 bytes for the usual 8-byte key and 40 for the 5-byte key of the
+    // 40-bit service row. The larger of that and the real layout is used.
     {CSP_ALG_RC2, 1, 128, 128, sizeof(Rc2KeySchedule), 0, 0, &vc::cipher::kRc2Modes,
      [](void *ks, const uint8_t *k, uint32_t n, uint32_t bits) {
          E_RC2_KeySchedule(static_cast<Rc2KeySchedule *>(ks), k, n, int32_t(bits));
@@ -85,7 +85,7 @@ constexpr uint32_t scheduleOffset(uint32_t keyBytes) {
     return uint32_t(sizeof(KeyRecordHeader)) + (keyBytes + 7) / 8 * 8;
 }
 constexpr uint32_t recordSize(const KeyAlgorithm &a, uint32_t keyBytes) {
-    return std::max(a.documentedSize, scheduleOffset(keyBytes) + a.scheduleSize);
+    return std::max(a.reservedSize, scheduleOffset(keyBytes) + a.scheduleSize);
 }
 static_assert(recordSize(kAlgorithms[6], 56) <= CSP_KEY_RECORD_MAX &&
               recordSize(kAlgorithms[5], 256) <= CSP_KEY_RECORD_MAX &&

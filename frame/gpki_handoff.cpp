@@ -69,9 +69,8 @@ int32_t gpkiSymmetric(LibContext *ctx, const SymKeyRecord *key, const DataBlob *
     const GpkiFunctionTable *table = V_GetGPKIFunc(ctx);
     if (table->present == nullptr) return VC_ERR_GPKI_ABSENT;
     // When the start or the cipher step fails, the call returns at once and leaves the handle
-    // and its objects with the module, so that a GPKI module sees the same calls as from the
-    // earlier generation of this library: slots 5 and 2 come only on success or when the
-    // session could not be set up.
+    // and its objects with the module: installed GPKI modules expect exactly this call
+    // sequence, so slots 5 and 2 come only on success or when the session could not be set up.
     Session session{table};
     int32_t code = runSession(ctx, session, key, input, output, encrypt);
     if (!session.abandoned) session.release();

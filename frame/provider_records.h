@@ -32,7 +32,7 @@ void addBlobAttribute(ContextHolder *holder, uint32_t type, DataBlob *blob);
 struct CipherRow {
     uint32_t providerAlgorithm;
     uint32_t keyBytes;        // the provider takes exactly this many key bytes
-    uint32_t keyRecordSize;   // the provider key record's documented size (a minimum)
+    uint32_t keyRecordSize;   // the size callers reserve for the provider key record (a minimum)
     uint32_t ivBytes;         // 0 for RC4
 };
 // The row of a service algorithm id, or null for an id with no provider algorithm (SEED, GPKI,

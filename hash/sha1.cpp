@@ -1,6 +1,6 @@
 // SHA-1 (FIPS 180-2), SHA-0 (FIPS 180) and the bare SHA-1 compression E_MySHA1.
 //
-// The context buffer keeps the documented shape: message bytes whose words are byte-reversed in
+// The context buffer has the shape callers see in ShaContext: message bytes whose words are byte-reversed in
 // place before they are compressed. Whole blocks of a long Update are compressed straight from
 // the caller's bytes; the last of them is then left in the buffer exactly as the word-by-word
 // procedure would leave it. SHA-1 uses the processor's SHA extensions when it has them.
