@@ -100,15 +100,17 @@ void mdUpdate(typename E::Context &ctx, const uint8_t *data, uint32_t length) {
         length -= room;
     }
     const uint32_t whole = length & ~(B - 1);
-    const bool copy = E::kCopy == BlockCopy::Always ||
-                      (E::kCopy == BlockCopy::WhenMisaligned &&
-                       (reinterpret_cast<uintptr_t>(data) & 3) != 0);
-    if (!copy) {
-        if (whole != 0) E::compress(ctx, data, whole / B);
-    } else {
-        for (uint32_t done = 0; done < whole; done += B) {
-            storeInBuffer<E>(ctx, 0, data + done, B);
-            compressBuffer<E>(ctx);
+    if (whole != 0) {
+        if (E::kCopy == BlockCopy::WhenMisaligned && (reinterpret_cast<uintptr_t>(data) & 3) != 0) {
+            for (uint32_t done = 0; done < whole; done += B) {
+                storeInBuffer<E>(ctx, 0, data + done, B);
+                compressBuffer<E>(ctx);
+            }
+        } else {
+            E::compress(ctx, data, whole / B);
+            // Copying every block through the buffer leaves the last one there; the compression
+            // reads the same bytes from the input, so only the last copy is made.
+            if (E::kCopy == BlockCopy::Always) storeInBuffer<E>(ctx, 0, data + whole - B, B);
         }
     }
     if (length != whole) storeInBuffer<E>(ctx, 0, data + whole, length - whole);
