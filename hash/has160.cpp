@@ -73,16 +73,8 @@ void compressBlocks(uint32_t *state, const uint8_t *data, size_t blocks) {
 }
 
 // Every block is gathered in the buffer before it is compressed, as MD5 does.
-struct Has160Engine {
-    using Context = Has160Context;
-    static constexpr uint32_t kBlock = 64;
-    static constexpr BitCount kCount = BitCount::Carry;
-    static constexpr BlockCopy kCopy = BlockCopy::Always;
-    static uint8_t *buffer(Context &c) { return c.buffer; }
-    static void compress(Context &c, const uint8_t *data, size_t blocks) {
-        compressBlocks(c.state, data, blocks);
-    }
-};
+using Has160Engine =
+    StateEngine<Has160Context, BitCount::Carry, BlockCopy::Always, compressBlocks>;
 
 }  // namespace
 }  // namespace vc::hash
@@ -106,11 +98,7 @@ VC_API void E_HAS160_Update(Has160Context *context, const uint8_t *data, uint32_
 }
 
 VC_API void E_HAS160_Final(Has160Context *context, uint8_t *digest) {
-    uint8_t *field = mdPad<Has160Engine>(*context, bufferFill<Has160Engine>(*context));
-    store32le(field, context->countLow);
-    store32le(field + 4, context->countHigh);
-    compressBuffer<Has160Engine>(*context);
-    for (unsigned i = 0; i < 5; ++i) store32le(digest + 4 * i, context->state[i]);
+    mdFinishLittleEndian<Has160Engine>(*context, digest);
 }
 
 VC_API void E_HAS160(uint8_t *digest, const uint8_t *data, uint32_t length) {

@@ -63,16 +63,7 @@ void compressBlocks(uint32_t *state, const uint8_t *data, size_t blocks) {
     for (unsigned i = 0; i < 4; ++i) state[i] = v[i];
 }
 
-struct Md4Engine {
-    using Context = Md4Context;
-    static constexpr uint32_t kBlock = 64;
-    static constexpr BitCount kCount = BitCount::Carry;
-    static constexpr BlockCopy kCopy = BlockCopy::Never;
-    static uint8_t *buffer(Context &c) { return c.buffer; }
-    static void compress(Context &c, const uint8_t *data, size_t blocks) {
-        compressBlocks(c.state, data, blocks);
-    }
-};
+using Md4Engine = StateEngine<Md4Context, BitCount::Carry, BlockCopy::Never, compressBlocks>;
 
 }  // namespace
 }  // namespace vc::hash
@@ -95,11 +86,7 @@ VC_API void E_MD4_Update(Md4Context *context, const uint8_t *data, uint32_t leng
 }
 
 VC_API void E_MD4_Final(Md4Context *context, uint8_t *digest) {
-    uint8_t *field = mdPad<Md4Engine>(*context, bufferFill<Md4Engine>(*context));
-    store32le(field, context->countLow);
-    store32le(field + 4, context->countHigh);
-    compressBuffer<Md4Engine>(*context);
-    for (unsigned i = 0; i < 4; ++i) store32le(digest + 4 * i, context->state[i]);
+    mdFinishLittleEndian<Md4Engine>(*context, digest);
 }
 
 VC_API void E_MD4(uint8_t *digest, const uint8_t *data, uint32_t length) {

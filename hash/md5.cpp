@@ -71,16 +71,7 @@ void compressBlocks(uint32_t *state, const uint8_t *data, size_t blocks) {
     for (unsigned i = 0; i < 4; ++i) state[i] = v[i];
 }
 
-struct Md5Engine {
-    using Context = Md5Context;
-    static constexpr uint32_t kBlock = 64;
-    static constexpr BitCount kCount = BitCount::Carry;
-    static constexpr BlockCopy kCopy = BlockCopy::Always;
-    static uint8_t *buffer(Context &c) { return c.buffer; }
-    static void compress(Context &c, const uint8_t *data, size_t blocks) {
-        compressBlocks(c.state, data, blocks);
-    }
-};
+using Md5Engine = StateEngine<Md5Context, BitCount::Carry, BlockCopy::Always, compressBlocks>;
 
 }  // namespace
 
@@ -97,11 +88,7 @@ void md5Update(Md5Context *context, const uint8_t *data, uint32_t length) {
 }
 
 void md5Final(Md5Context *context, uint8_t *digest) {
-    uint8_t *field = mdPad<Md5Engine>(*context, bufferFill<Md5Engine>(*context));
-    store32le(field, context->countLow);
-    store32le(field + 4, context->countHigh);
-    compressBuffer<Md5Engine>(*context);
-    for (unsigned i = 0; i < 4; ++i) store32le(digest + 4 * i, context->state[i]);
+    mdFinishLittleEndian<Md5Engine>(*context, digest);
 }
 
 void md5(uint8_t *digest, const uint8_t *data, uint32_t length) {

@@ -31,6 +31,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 
 namespace vc::hash {
 
@@ -132,6 +133,31 @@ uint8_t *mdPad(typename E::Context &ctx, uint32_t fill) {
         std::memset(buffer + fill + 1, 0, field - 1 - fill);
     }
     return buffer + field;
+}
+
+// The usual engine: 64-byte blocks, a context with `state` words and a byte `buffer`, and a
+// compression Compress(state, blocks, count) of consecutive blocks.
+template <class Ctx, BitCount C, BlockCopy K, auto Compress>
+struct StateEngine {
+    using Context = Ctx;
+    static constexpr uint32_t kBlock = 64;
+    static constexpr BitCount kCount = C;
+    static constexpr BlockCopy kCopy = K;
+    static uint8_t *buffer(Context &c) { return c.buffer; }
+    static void compress(Context &c, const uint8_t *data, size_t blocks) {
+        Compress(c.state, data, blocks);
+    }
+};
+
+// Final of the little-endian engines (MD4, MD5, HAS-160): the count's low word then its high
+// word at bytes 56..63, and the digest as the state words, little-endian.
+template <class E>
+void mdFinishLittleEndian(typename E::Context &ctx, uint8_t *digest) {
+    uint8_t *field = mdPad<E>(ctx, bufferFill<E>(ctx));
+    store32le(field, ctx.countLow);
+    store32le(field + 4, ctx.countHigh);
+    compressBuffer<E>(ctx);
+    for (size_t i = 0; i < std::size(ctx.state); ++i) store32le(digest + 4 * i, ctx.state[i]);
 }
 
 }  // namespace vc::hash

@@ -114,16 +114,8 @@ VC_SHA_TARGET void compressNi(uint32_t state[8], const uint8_t *data, size_t blo
 
 // Blocks are compressed in place when the input is 4-byte aligned and copied into the buffer
 // first otherwise. The count does not carry into the high word: existing digests depend on it.
-struct Sha256Engine {
-    using Context = Sha256Context;
-    static constexpr uint32_t kBlock = 64;
-    static constexpr BitCount kCount = BitCount::NoCarry;
-    static constexpr BlockCopy kCopy = BlockCopy::WhenMisaligned;
-    static uint8_t *buffer(Context &c) { return c.buffer; }
-    static void compress(Context &c, const uint8_t *data, size_t blocks) {
-        sha256Compress(c.state, data, blocks);
-    }
-};
+using Sha256Engine =
+    StateEngine<Sha256Context, BitCount::NoCarry, BlockCopy::WhenMisaligned, sha256Compress>;
 
 void finish(Sha256Context *ctx, uint8_t *digest) {
     uint8_t *field = mdPad<Sha256Engine>(*ctx, bufferFill<Sha256Engine>(*ctx));
