@@ -138,6 +138,7 @@ int32_t seedCbc(LibContext *ctx, const CipherRequest &r, const DataBlob *input, 
         }
     }
     vc::secure_wipe_object(ks);
+    vc::secure_wipe(work, length + kSeedBlock);  // plaintext, before or after the cipher
     V_free(ctx, work);
     if (code == VC_OK)
         *output = DataBlob{outLength, out};
