@@ -1,7 +1,6 @@
 // Montgomery exponentiation on 64-bit limbs with R = 2^(64 n), n = the modulus's limb count.
-// Products and squares come from the exact limb kernels mul64/sqr64; the reduction adds its
-// carries through a running word instead of a data-dependent carry loop, and the final
-// subtraction of m is selected by a mask.
+// Products and their reduction are summed column by column (no data-dependent carry loops), and
+// the final subtraction of m is selected by a mask.
 #include "bignum/modexp_fast.h"
 
 #include "bignum/bn_internal.h"
@@ -19,55 +18,127 @@ inline u64 equalMask(u64 x, u64 y) {
     return u64(0) - (((d | (u64(0) - d)) >> 63) ^ 1);
 }
 
+// A three-limb accumulator for product scanning.
+struct Acc {
+    u64 t0 = 0, t1 = 0, t2 = 0;
+    inline void mac(u64 x, u64 y) {
+#if defined(__x86_64__)
+        // One multiply and a three-word add chain: the compiler's own code for the 128-bit form
+        // tests the carry separately and runs about twice as long.
+        __asm__("mulq %[y]\n\taddq %%rax, %[t0]\n\tadcq %%rdx, %[t1]\n\tadcq $0, %[t2]"
+                : [t0] "+r"(t0), [t1] "+r"(t1), [t2] "+r"(t2), "+a"(x)
+                : [y] "rm"(y)
+                : "rdx", "cc");
+#else
+        const u128 p = u128(x) * y;
+        const u128 s = ((u128(t1) << 64) | t0) + p;
+        t2 += s < p;
+        t0 = u64(s);
+        t1 = u64(s >> 64);
+#endif
+    }
+    inline void add(const Acc &o) {
+        const u128 s = ((u128(t1) << 64) | t0) + ((u128(o.t1) << 64) | o.t0);
+        t2 += o.t2 + (s < ((u128(o.t1) << 64) | o.t0));
+        t0 = u64(s);
+        t1 = u64(s >> 64);
+    }
+    inline u64 shift() {
+        const u64 out = t0;
+        t0 = t1, t1 = t2, t2 = 0;
+        return out;
+    }
+};
+
+// r = x - m when carry:x >= m, else x (x < 2m, n limbs); r may be x.
+inline void subtractIfAtLeast(u64 *r, const u64 *x, u64 carry, const u64 *m, int n) {
+    u64 d[kMaxLimbs];
+    u64 borrow = 0;
+    for (int i = 0; i < n; i++) {
+        const u128 s = u128(x[i]) - m[i] - borrow;
+        d[i] = u64(s);
+        borrow = u64(s >> 64) & 1;
+    }
+    const u64 keep = u64(0) - (borrow & (carry ^ 1));  // x < m: keep x
+    for (int i = 0; i < n; i++) r[i] = (x[i] & keep) | (d[i] & ~keep);
+}
+
+// Montgomery product by interleaved product scanning: column k of a*b (or of a^2) and of q*m
+// are summed, q[k] chosen so that column k's low limb vanishes. The two sums of a column run in
+// separate accumulators so that their carry chains overlap. N > 0 fixes the size at compile
+// time (unrolled for the common RSA sizes); N = 0 takes n at run time. r may be a or b.
+template <int N, bool kSquare>
+void montMul(u64 *r, const u64 *a, const u64 *b, const u64 *m, u64 n0, int nRun) {
+    const int n = N > 0 ? N : nRun;
+    u64 q[kMaxLimbs], out[kMaxLimbs];
+    Acc acc;
+    // Adds column k of the product, j from lo to hi, to acc.
+    auto column = [&](int k, int lo, int hi) {
+        Acc side;
+        if (kSquare) {
+            const int mid = (k + 1) / 2;  // cross terms a[j] a[k - j], j < k - j, doubled
+            for (int j = lo; j < mid && j <= hi; j++) side.mac(a[j], a[k - j]);
+            side.t2 = (side.t2 << 1) | (side.t1 >> 63);
+            side.t1 = (side.t1 << 1) | (side.t0 >> 63);
+            side.t0 <<= 1;
+            if (k % 2 == 0) side.mac(a[k / 2], a[k / 2]);
+        } else {
+            for (int j = lo; j <= hi; j++) side.mac(a[j], b[k - j]);
+        }
+        acc.add(side);
+    };
+    for (int k = 0; k < n; k++) {
+        for (int j = 0; j < k; j++) acc.mac(q[j], m[k - j]);
+        column(k, 0, k);
+        q[k] = acc.t0 * n0;
+        acc.mac(q[k], m[0]);
+        acc.shift();
+    }
+    for (int k = n; k < 2 * n - 1; k++) {
+        for (int j = k - n + 1; j < n; j++) acc.mac(q[j], m[k - j]);
+        column(k, k - n + 1, n - 1);
+        out[k - n] = acc.shift();
+    }
+    out[n - 1] = acc.shift();
+    subtractIfAtLeast(r, out, acc.t0, m, n);
+}
+
+using Kernel = void (*)(u64 *, const u64 *, const u64 *, const u64 *, u64, int);
+
+template <int N>
+struct Kernels {
+    static constexpr Kernel mul = montMul<N, false>, sqr = montMul<N, true>;
+};
+
 struct Mont {
     int n = 0;  // limbs
     u64 m[kMaxLimbs] = {};
     u64 n0 = 0;  // -m^-1 mod 2^64
+    Kernel mulKernel, sqrKernel;
 
     explicit Mont(const ENUM *mod) {
         n = (mod->length + 1) / 2;
+        auto pick = [this](auto kernels) {
+            mulKernel = kernels.mul;
+            sqrKernel = kernels.sqr;
+        };
+        if (n == 8)
+            pick(Kernels<8>());
+        else if (n == 16)
+            pick(Kernels<16>());
+        else if (n == 32)
+            pick(Kernels<32>());
+        else
+            pick(Kernels<0>());
         toLimbs(m, mod->words, mod->length, n);
         u64 inv = 1;  // Newton's iteration doubles the correct low bits: 1, 2, 4 ... 64
         for (int i = 0; i < 6; i++) inv *= 2 - m[0] * inv;
         n0 = u64(0) - inv;
     }
 
-    // r = t * R^-1 mod m for t < m * R (2n limbs, destroyed); r may be t.
-    void reduce(u64 *r, u64 *t) const {
-        u64 carry = 0;
-        for (int i = 0; i < n; i++) {
-            const u64 c = mulAddRow(t + i, m, n, t[i] * n0);
-            const u128 s = u128(t[i + n]) + c + carry;
-            t[i + n] = u64(s);
-            carry = u64(s >> 64);
-        }
-        subtractIfAtLeast(r, t + n, carry);
-    }
-
-    // r = x - m when carry:x >= m, else x; x < 2m.
-    void subtractIfAtLeast(u64 *r, const u64 *x, u64 carry) const {
-        u64 d[kMaxLimbs];
-        u64 borrow = 0;
-        for (int i = 0; i < n; i++) {
-            const u128 s = u128(x[i]) - m[i] - borrow;
-            d[i] = u64(s);
-            borrow = u64(s >> 64) & 1;
-        }
-        const u64 keep = u64(0) - (borrow & (carry ^ 1));  // x < m: keep x
-        for (int i = 0; i < n; i++) r[i] = (x[i] & keep) | (d[i] & ~keep);
-    }
-
     // r = a b R^-1 mod m; r may be a or b.
-    void mul(u64 *r, const u64 *a, const u64 *b) const {
-        u64 t[2 * kMaxLimbs];
-        mul64(t, a, n, b, n);
-        reduce(r, t);
-    }
-    void sqr(u64 *r, const u64 *a) const {
-        u64 t[2 * kMaxLimbs];
-        sqr64(t, a, n);
-        reduce(r, t);
-    }
+    void mul(u64 *r, const u64 *a, const u64 *b) const { mulKernel(r, a, b, m, n0, n); }
+    void sqr(u64 *r, const u64 *a) const { sqrKernel(r, a, a, m, n0, n); }
 
     // r = 2 x mod m for x < m.
     void dbl(u64 *r, const u64 *x) const {
@@ -77,7 +148,7 @@ struct Mont {
             s[i] = (x[i] << 1) | top;
             top = x[i] >> 63;
         }
-        subtractIfAtLeast(r, s, top);
+        subtractIfAtLeast(r, s, top, m, n);
     }
 
     // one = R mod m, rr = R^2 mod m: R mod m by one division, then R * 2^k mod m for k up to
