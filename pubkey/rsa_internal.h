@@ -1,0 +1,40 @@
+// Shared pieces of the RSA engine: the modulus length, the two exponentiations, fixed-width
+// output, and the hashes and mask generation of OAEP and PSS. Also used by the command line.
+#pragma once
+
+#include <vorelcrypto/rsa.h>
+
+#include <cstdint>
+
+namespace vc::rsa {
+
+// Largest modulus in bytes (75 words); every block buffer of the engine has this size.
+inline constexpr uint32_t kMaxBytes = 300;
+
+// k, or 0 when n is zero or wider than 75 words (the engine then refuses with -1).
+uint32_t modulusBytes(const RsaKey *key);
+
+// r = c^e mod n (c reduced first). r needs 75 words.
+void publicOp(ENUM *r, const ENUM *c, const RsaKey *key);
+
+// How a private operation chooses between CRT and d.
+enum class Crt {
+    kChecked,  // PKCS #1 v1.5: CRT from 16 words of qInv on, after the q * qInv check
+    kNonZero,  // OAEP and PSS: CRT whenever qInv is non-zero, no check
+};
+// r = c^d mod n. Returns false (r unwritten) only when the kChecked consistency check fails.
+bool privateOp(ENUM *r, const ENUM *c, const RsaKey *key, Crt mode);
+
+// x as exactly `width` big-endian bytes (x must fit).
+void toFixed(uint8_t *out, const ENUM *x, uint32_t width);
+
+// The hash of PSS and OAEP by identifier: 6 SHA-256, 7 SHA-384, 8 SHA-512, else SHA-1.
+uint32_t hashLength(uint32_t hashId);
+void hash(uint32_t hashId, uint8_t *digest, const uint8_t *data, uint32_t length);
+// XORs MGF1(seed) of `length` bytes into out.
+void mgf1Xor(uint32_t hashId, uint8_t *out, uint32_t length, const uint8_t *seed, uint32_t seedLen);
+
+// Prints a fixed diagnostic text to standard output.
+void say(const char *text);
+
+}  // namespace vc::rsa
