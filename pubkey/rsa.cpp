@@ -231,9 +231,11 @@ int32_t E_RSA_Sign(const uint8_t *in, int32_t inLen, uint8_t *out, int32_t *sigL
 
 int32_t E_RSA_Verify(const uint8_t *msg, int32_t msgLen, const uint8_t *sig, uint32_t sigLen,
                      RsaKey *key) {
+    // Only the first msgLen recovered bytes are compared; the recovered length bounds them, so
+    // a failed opening or a message longer than what was recovered never matches.
     uint8_t recovered[kMaxBytes] = {};
-    E_RSA_Public_Decrypt(recovered, sig, sigLen, key);
-    if (msgLen < 0 || uint32_t(msgLen) > sizeof recovered) return 0;
+    const int32_t len = E_RSA_Public_Decrypt(recovered, sig, sigLen, key);
+    if (msgLen < 0 || len < 0 || msgLen > len) return 0;
     return memcmp(recovered, msg, size_t(msgLen)) == 0 ? 1 : 0;
 }
 
