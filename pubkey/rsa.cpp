@@ -108,6 +108,24 @@ void toFixed(uint8_t *out, const ENUM *x, uint32_t width) {
     secure_wipe(bytes, len);
 }
 
+bool verifyPkcs1Strict(RsaKey *key, const uint8_t *expected, uint32_t expectedLen, const uint8_t *sig,
+                       uint32_t sigLen) {
+    const uint32_t k = modulusBytes(key);
+    if (k == 0 || sigLen != k || k < 11 || expectedLen > k - 11) return false;
+    Temp s, m;
+    EN_BytesToENUM(s.get(), sig, sigLen);
+    if (EN_UComp(s.get(), &key->n) >= 0) return false;
+    publicOp(m.get(), s.get(), key);
+    uint8_t block[kMaxBytes], want[kMaxBytes];
+    toFixed(block, m.get(), k);
+    want[0] = 0;
+    want[1] = 1;
+    memset(want + 2, 0xFF, k - 3 - expectedLen);
+    want[k - 1 - expectedLen] = 0;
+    memcpy(want + k - expectedLen, expected, expectedLen);
+    return memcmp(block, want, k) == 0;
+}
+
 void say(const char *text) {
     std::fputs(text, stdout);
     std::fflush(stdout);

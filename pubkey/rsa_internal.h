@@ -38,3 +38,12 @@ void mgf1Xor(uint32_t hashId, uint8_t *out, uint32_t length, const uint8_t *seed
 void say(const char *text);
 
 }  // namespace vc::rsa
+
+namespace vc::rsa {
+
+// Strict PKCS #1 v1.5 signature check of the command line: sig is k bytes, below n, and opens to
+// exactly 00 01 FF ... FF 00 || expected with at least 8 bytes of 0xFF.
+bool verifyPkcs1Strict(RsaKey *key, const uint8_t *expected, uint32_t expectedLen, const uint8_t *sig,
+                       uint32_t sigLen);
+
+}  // namespace vc::rsa
