@@ -12,5 +12,6 @@
 #include <vorelcrypto/random.h>
 #include <vorelcrypto/prime.h>
 #include <vorelcrypto/rsa.h>
+#include <vorelcrypto/asn1.h>
 
 #endif
