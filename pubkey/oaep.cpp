@@ -64,14 +64,14 @@ int32_t E_RSA_Public_Encrypt_OAEP(uint8_t *out, const uint8_t *in, int32_t inLen
                                   uint32_t pLen, RsaKey *key) {
     const uint32_t k = modulusBytes(key);
     if (k == 0 || inLen < 0 || k < 22 || uint32_t(inLen) > k - 22) {
-        say("encrypt part : message too long. encoding error");
+        say(true, "encrypt part : message too long. encoding error");
         return -1;
     }
     const uint32_t emLen = k - 1, dbLen = emLen - kHash, len = uint32_t(inLen);
     uint8_t em[kMaxBytes] = {};
     if (emLen < 41 || len > emLen - 41) {
         // The encoder refuses but reports success: the all-zero block is encrypted.
-        say("Input message too long. Fail to oaep encoding!");
+        say(true, "Input message too long. Fail to oaep encoding!");
     } else {
         uint8_t db[kMaxBytes] = {};
         E_SHA1(db, P, pLen);
@@ -93,9 +93,9 @@ int32_t E_RSA_Private_Decrypt_OAEP(uint8_t *out, const uint8_t *in, uint32_t inL
     const uint32_t emLen = k - 1;
     int32_t result = -1;
     if (decryptToBytes(em, in, k, key) != emLen) {
-        say("decrypt part : EM byte Length too long , decryption error");
+        say(true, "decrypt part : EM byte Length too long , decryption error");
     } else if (emLen < 41) {
-        say("EM length too small. Fail to oaep decoding!");
+        say(true, "EM length too small. Fail to oaep decoding!");
     } else {
         const uint32_t dbLen = emLen - kHash;
         unmask(em, dbLen);
@@ -105,7 +105,7 @@ int32_t E_RSA_Private_Decrypt_OAEP(uint8_t *out, const uint8_t *in, uint32_t inL
         uint8_t pHash[kHash];
         E_SHA1(pHash, P, pLen);
         if (memcmp(db, pHash, kHash) != 0) {
-            say("pHash' does mot equal pHash");
+            say(true, "pHash' does mot equal pHash");
         } else if (pos < dbLen) {
             result = int32_t(dbLen - (pos + 1));
             memcpy(out, db + pos + 1, uint32_t(result));
@@ -117,13 +117,27 @@ int32_t E_RSA_Private_Decrypt_OAEP(uint8_t *out, const uint8_t *in, uint32_t inL
 
 int32_t E_RSAES_OAEP_Encrypt(uint8_t *out, const uint8_t *in, uint32_t inLen, const uint8_t *label,
                              uint32_t labelLen, RsaKey *key) {
+    return oaepEncrypt(out, in, inLen, label, labelLen, key, true);
+}
+
+int32_t E_RSAES_OAEP_Decrypt(uint8_t *out, const uint8_t *in, uint32_t inLen, const uint8_t *label,
+                             uint32_t labelLen, RsaKey *key) {
+    return oaepDecrypt(out, in, inLen, label, labelLen, key, true);
+}
+
+}  // extern "C"
+
+namespace vc::rsa {
+
+int32_t oaepEncrypt(uint8_t *out, const uint8_t *in, uint32_t inLen, const uint8_t *label, uint32_t labelLen,
+                    RsaKey *key, bool speak) {
     if (out == nullptr) {
-        say("out variable is not initialized.");
+        say(speak, "out variable is not initialized.");
         return -1;
     }
     const uint32_t k = modulusBytes(key);
     if (k < 2 * kHash + 2 || inLen > k - 2 * kHash - 2) {
-        say("encrypt part : message too long.");
+        say(speak, "encrypt part : message too long.");
         return -1;
     }
     const uint32_t dbLen = k - kHash - 1;
@@ -138,22 +152,22 @@ int32_t E_RSAES_OAEP_Encrypt(uint8_t *out, const uint8_t *in, uint32_t inLen, co
     return result;
 }
 
-int32_t E_RSAES_OAEP_Decrypt(uint8_t *out, const uint8_t *in, uint32_t inLen, const uint8_t *label,
-                             uint32_t labelLen, RsaKey *key) {
+int32_t oaepDecrypt(uint8_t *out, const uint8_t *in, uint32_t inLen, const uint8_t *label, uint32_t labelLen,
+                    RsaKey *key, bool speak) {
     if (out == nullptr) {
-        say("out variable is not initialized.");
+        say(speak, "out variable is not initialized.");
         return -1;
     }
     const uint32_t k = modulusBytes(key);
     if (k < 2 * kHash + 2 || inLen != k) {
-        say("lHash' does not equal lHash");
+        say(speak, "lHash' does not equal lHash");
         return -1;
     }
     // The cipher text must be below n.
     Temp c;
     EN_BytesToENUM(c.get(), in, k);
     if (EN_UComp(c.get(), &key->n) >= 0) {
-        say("lHash' does not equal lHash");
+        say(speak, "lHash' does not equal lHash");
         return -1;
     }
     uint8_t block[kMaxBytes + 8] = {}, em[kMaxBytes] = {};
@@ -177,7 +191,7 @@ int32_t E_RSAES_OAEP_Decrypt(uint8_t *out, const uint8_t *in, uint32_t inLen, co
     bad |= ~found;
     int32_t result = -1;
     if (bad != 0) {
-        say("lHash' does not equal lHash");
+        say(speak, "lHash' does not equal lHash");
     } else {
         result = int32_t(dbLen - index - 1);
         memcpy(out, db + index + 1, uint32_t(result));
@@ -187,4 +201,4 @@ int32_t E_RSAES_OAEP_Decrypt(uint8_t *out, const uint8_t *in, uint32_t inLen, co
     return result;
 }
 
-}  // extern "C"
+}  // namespace vc::rsa

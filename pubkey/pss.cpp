@@ -40,13 +40,13 @@ void hashPrime(uint32_t hashId, uint8_t *h, const uint8_t *mHash, uint32_t hLen,
 
 }  // namespace
 
-extern "C" {
+namespace vc::rsa {
 
-int32_t E_RSASSA_PSS_Sign(uint32_t hashId, uint32_t mgfHashId, uint8_t *sig, int32_t *sigLen,
-                          const uint8_t *msg, uint32_t msgLen, uint32_t saltLen, RsaKey *key) {
+int32_t pssSign(uint32_t hashId, uint32_t mgfHashId, uint8_t *sig, int32_t *sigLen, const uint8_t *msg,
+                uint32_t msgLen, uint32_t saltLen, RsaKey *key, bool speak) {
     const Layout l = layoutOf(hashId, key);
     if (l.k == 0 || saltLen > kMaxBytes || l.emLen < l.hLen + saltLen + 2) {
-        say("EMSA_PSS_ENCODE ERROR : intended encoded message length too short(emLen < hLen+sLen+2)");
+        say(speak, "EMSA_PSS_ENCODE ERROR : intended encoded message length too short(emLen < hLen+sLen+2)");
         return 0;
     }
     uint8_t mHash[64], salt[kMaxBytes], em[kMaxBytes] = {};
@@ -69,11 +69,11 @@ int32_t E_RSASSA_PSS_Sign(uint32_t hashId, uint32_t mgfHashId, uint8_t *sig, int
     return 1;
 }
 
-int32_t E_RSASSA_PSS_Verify(uint32_t hashId, uint32_t mgfHashId, const uint8_t *sig, uint32_t sigLen,
-                            const uint8_t *msg, uint32_t msgLen, uint32_t saltLen, RsaKey *key) {
+int32_t pssVerify(uint32_t hashId, uint32_t mgfHashId, const uint8_t *sig, uint32_t sigLen, const uint8_t *msg,
+                  uint32_t msgLen, uint32_t saltLen, RsaKey *key, bool speak) {
     const Layout l = layoutOf(hashId, key);
     if (l.k == 0 || sigLen != l.k) {
-        say("\npss verify error : invalid signature");
+        say(speak, "\npss verify error : invalid signature");
         return 0;
     }
     Temp s, m;
@@ -82,13 +82,13 @@ int32_t E_RSASSA_PSS_Verify(uint32_t hashId, uint32_t mgfHashId, const uint8_t *
     uint8_t block[kMaxBytes + 8] = {}, em[kMaxBytes] = {};
     const uint32_t len = EN_ENUMToBytes(m.get(), block);
     if (len > l.emLen) {
-        say("\nverify part : EM byte Length too long , invalid signature!");
+        say(speak, "\nverify part : EM byte Length too long , invalid signature!");
         return 0;
     }
     memcpy(em + (l.emLen - len), block, len);
     if (saltLen > kMaxBytes || l.emLen < l.hLen + saltLen + 2) {
-        say("\nEMSA_PSS_VERIFY ERROR : encoded message too short");
-        say("\npss verify error : invalid signature");
+        say(speak, "\nEMSA_PSS_VERIFY ERROR : encoded message too short");
+        say(speak, "\npss verify error : invalid signature");
         return 0;
     }
     const uint32_t dbLen = l.emLen - l.hLen - 1;
@@ -108,8 +108,22 @@ int32_t E_RSASSA_PSS_Verify(uint32_t hashId, uint32_t mgfHashId, const uint8_t *
         hashPrime(hashId, hh, mHash, l.hLen, db + dbLen - saltLen, saltLen);
         ok = memcmp(hh, h, l.hLen) == 0;
     }
-    if (!ok) say("\npss verify error : invalid signature");
+    if (!ok) say(speak, "\npss verify error : invalid signature");
     return ok ? 1 : 0;
+}
+
+}  // namespace vc::rsa
+
+extern "C" {
+
+int32_t E_RSASSA_PSS_Sign(uint32_t hashId, uint32_t mgfHashId, uint8_t *sig, int32_t *sigLen,
+                          const uint8_t *msg, uint32_t msgLen, uint32_t saltLen, RsaKey *key) {
+    return pssSign(hashId, mgfHashId, sig, sigLen, msg, msgLen, saltLen, key, true);
+}
+
+int32_t E_RSASSA_PSS_Verify(uint32_t hashId, uint32_t mgfHashId, const uint8_t *sig, uint32_t sigLen,
+                            const uint8_t *msg, uint32_t msgLen, uint32_t saltLen, RsaKey *key) {
+    return pssVerify(hashId, mgfHashId, sig, sigLen, msg, msgLen, saltLen, key, true);
 }
 
 }  // extern "C"

@@ -34,8 +34,8 @@ void hash(uint32_t hashId, uint8_t *digest, const uint8_t *data, uint32_t length
 // XORs MGF1(seed) of `length` bytes into out.
 void mgf1Xor(uint32_t hashId, uint8_t *out, uint32_t length, const uint8_t *seed, uint32_t seedLen);
 
-// Prints a fixed diagnostic text to standard output.
-void say(const char *text);
+// Prints a fixed diagnostic text to standard output when `speak`.
+void say(bool speak, const char *text);
 
 }  // namespace vc::rsa
 
@@ -45,5 +45,18 @@ namespace vc::rsa {
 // exactly 00 01 FF ... FF 00 || expected with at least 8 bytes of 0xFF.
 bool verifyPkcs1Strict(RsaKey *key, const uint8_t *expected, uint32_t expectedLen, const uint8_t *sig,
                        uint32_t sigLen);
+
+// The exported OAEP (RFC 8017), PSS and X9.31 routines with their printing switched by `speak`
+// (the command line keeps standard output for its data).
+int32_t oaepEncrypt(uint8_t *out, const uint8_t *in, uint32_t inLen, const uint8_t *label, uint32_t labelLen,
+                    RsaKey *key, bool speak);
+int32_t oaepDecrypt(uint8_t *out, const uint8_t *in, uint32_t inLen, const uint8_t *label, uint32_t labelLen,
+                    RsaKey *key, bool speak);
+int32_t pssSign(uint32_t hashId, uint32_t mgfHashId, uint8_t *sig, int32_t *sigLen, const uint8_t *msg,
+                uint32_t msgLen, uint32_t saltLen, RsaKey *key, bool speak);
+int32_t pssVerify(uint32_t hashId, uint32_t mgfHashId, const uint8_t *sig, uint32_t sigLen, const uint8_t *msg,
+                  uint32_t msgLen, uint32_t saltLen, RsaKey *key, bool speak);
+// aux receives p1, p2, q1, q2 (13 bytes each).
+void generateX931(RsaKey *key, uint32_t bits, uint32_t e, uint8_t *aux[4], bool safeAux, bool speak);
 
 }  // namespace vc::rsa

@@ -137,7 +137,9 @@ void checkLine(const char *name, const ENUM *prime, uint32_t plusOne, const ENUM
     std::printf("%s %s\n", name, vc::bignum::isZero(r.get()) ? "OK" : "Fail");
 }
 
-void generateX9(RsaKey *key, uint32_t bits, uint32_t e, uint8_t *out[4], bool strong) {
+}  // namespace
+
+void vc::rsa::generateX931(RsaKey *key, uint32_t bits, uint32_t e, uint8_t *out[4], bool strong, bool speak) {
     const uint32_t pbits = bits / 2, qbits = bits - pbits;
     EN_U32ToENUM(&key->e, e);
     Temp xp, xq;
@@ -157,6 +159,9 @@ void generateX9(RsaKey *key, uint32_t bits, uint32_t e, uint8_t *out[4], bool st
     multiplyOut(key);
     const ENUM *all[4] = {&pAux[0], &pAux[1], &qAux[0], &qAux[1]};
     for (int i = 0; i < 4; i++) EN_ENUMToBytes(all[i], out[i]);
+    vc::secure_wipe(xp.w, sizeof xp.w);
+    vc::secure_wipe(xq.w, sizeof xq.w);
+    if (!speak) return;
     checkLine("p1", &key->p, 0, &pAux[0]);
     checkLine("p2", &key->p, 1, &pAux[1]);
     checkLine("q1", &key->q, 0, &qAux[0]);
@@ -168,13 +173,9 @@ void generateX9(RsaKey *key, uint32_t bits, uint32_t e, uint8_t *out[4], bool st
     vc::bignum::trim(g.get());
     std::printf("len = %d\n", g->length);
     std::fflush(stdout);
-    vc::secure_wipe(xp.w, sizeof xp.w);
-    vc::secure_wipe(xq.w, sizeof xq.w);
     vc::secure_wipe(pm.w, sizeof pm.w);
     vc::secure_wipe(qm.w, sizeof qm.w);
 }
-
-}  // namespace
 
 extern "C" {
 
@@ -187,13 +188,13 @@ void E_RSA_GenerateStrongKey(RsaKey *key, uint32_t bits, uint32_t e) {
 void E_RSA_GenerateX9Key(RsaKey *key, uint32_t bits, uint32_t e, uint8_t *p1Out, uint8_t *p2Out,
                          uint8_t *q1Out, uint8_t *q2Out) {
     uint8_t *out[4] = {p1Out, p2Out, q1Out, q2Out};
-    generateX9(key, bits, e, out, false);
+    vc::rsa::generateX931(key, bits, e, out, false, true);
 }
 
 void E_RSA_GenerateStrongX9Key(RsaKey *key, uint32_t bits, uint32_t e, uint8_t *p1Out, uint8_t *p2Out,
                                uint8_t *q1Out, uint8_t *q2Out) {
     uint8_t *out[4] = {p1Out, p2Out, q1Out, q2Out};
-    generateX9(key, bits, e, out, true);
+    vc::rsa::generateX931(key, bits, e, out, true, true);
 }
 
 void E_RSA_GenerateD(RsaKey *key) {
