@@ -126,6 +126,8 @@ bool verifyPkcs1Strict(RsaKey *key, const uint8_t *expected, uint32_t expectedLe
     return memcmp(block, want, k) == 0;
 }
 
+void wipeKey(RsaKey *key) { secure_wipe_object(*key); }
+
 void say(bool speak, const char *text) {
     if (!speak) return;
     std::fputs(text, stdout);

@@ -34,6 +34,9 @@ void hash(uint32_t hashId, uint8_t *digest, const uint8_t *data, uint32_t length
 // XORs MGF1(seed) of `length` bytes into out.
 void mgf1Xor(uint32_t hashId, uint8_t *out, uint32_t length, const uint8_t *seed, uint32_t seedLen);
 
+// Erases the whole record (private numbers included).
+void wipeKey(RsaKey *key);
+
 // Prints a fixed diagnostic text to standard output when `speak`.
 void say(bool speak, const char *text);
 
