@@ -68,8 +68,8 @@ inline void subtractIfAtLeast(u64 *r, const u64 *x, u64 carry, const u64 *m, int
 // separate accumulators so that their carry chains overlap. N > 0 fixes the size at compile
 // time (unrolled for the common RSA sizes); N = 0 takes n at run time. r may be a or b.
 template <int N, bool kSquare>
-void montMul(u64 *r, const u64 *a, const u64 *b, const u64 *m, u64 n0, int nRun) {
-    const int n = N > 0 ? N : nRun;
+void montMul(u64 *r, const u64 *a, const u64 *b, const u64 *m, u64 n0, int) {
+    constexpr int n = N;
     u64 q[kMaxLimbs], out[kMaxLimbs];
     Acc acc;
     // Adds column k of the product, j from lo to hi, to acc.
@@ -77,25 +77,25 @@ void montMul(u64 *r, const u64 *a, const u64 *b, const u64 *m, u64 n0, int nRun)
         Acc side;
         if (kSquare) {
             const int mid = (k + 1) / 2;  // cross terms a[j] a[k - j], j < k - j, doubled
-            for (int j = lo; j < mid && j <= hi; j++) side.mac(a[j], a[k - j]);
+            _Pragma("GCC unroll 40") for (int j = lo; j < mid && j <= hi; j++) side.mac(a[j], a[k - j]);
             side.t2 = (side.t2 << 1) | (side.t1 >> 63);
             side.t1 = (side.t1 << 1) | (side.t0 >> 63);
             side.t0 <<= 1;
             if (k % 2 == 0) side.mac(a[k / 2], a[k / 2]);
         } else {
-            for (int j = lo; j <= hi; j++) side.mac(a[j], b[k - j]);
+            _Pragma("GCC unroll 40") for (int j = lo; j <= hi; j++) side.mac(a[j], b[k - j]);
         }
         acc.add(side);
     };
-    for (int k = 0; k < n; k++) {
-        for (int j = 0; j < k; j++) acc.mac(q[j], m[k - j]);
+    _Pragma("GCC unroll 40") for (int k = 0; k < n; k++) {
+        _Pragma("GCC unroll 40") for (int j = 0; j < k; j++) acc.mac(q[j], m[k - j]);
         column(k, 0, k);
         q[k] = acc.t0 * n0;
         acc.mac(q[k], m[0]);
         acc.shift();
     }
-    for (int k = n; k < 2 * n - 1; k++) {
-        for (int j = k - n + 1; j < n; j++) acc.mac(q[j], m[k - j]);
+    _Pragma("GCC unroll 80") for (int k = n; k < 2 * n - 1; k++) {
+        _Pragma("GCC unroll 40") for (int j = k - n + 1; j < n; j++) acc.mac(q[j], m[k - j]);
         column(k, k - n + 1, n - 1);
         out[k - n] = acc.shift();
     }
@@ -103,11 +103,34 @@ void montMul(u64 *r, const u64 *a, const u64 *b, const u64 *m, u64 n0, int nRun)
     subtractIfAtLeast(r, out, acc.t0, m, n);
 }
 
+// Other sizes: the exact product or square of the big-number kernels, then the reduction row by
+// row with the carries gathered in a running word.
+template <bool kSquare>
+void montRows(u64 *r, const u64 *a, const u64 *b, const u64 *m, u64 n0, int n) {
+    u64 t[2 * kMaxLimbs];
+    if (kSquare)
+        sqr64(t, a, n);
+    else
+        mul64(t, a, n, b, n);
+    u64 carry = 0;
+    for (int i = 0; i < n; i++) {
+        const u64 c = mulAddRow(t + i, m, n, t[i] * n0);
+        const u128 s = u128(t[i + n]) + c + carry;
+        t[i + n] = u64(s);
+        carry = u64(s >> 64);
+    }
+    subtractIfAtLeast(r, t + n, carry, m, n);
+}
+
 using Kernel = void (*)(u64 *, const u64 *, const u64 *, const u64 *, u64, int);
 
 template <int N>
 struct Kernels {
     static constexpr Kernel mul = montMul<N, false>, sqr = montMul<N, true>;
+};
+template <>
+struct Kernels<0> {
+    static constexpr Kernel mul = montRows<false>, sqr = montRows<true>;
 };
 
 struct Mont {
@@ -151,14 +174,23 @@ struct Mont {
         subtractIfAtLeast(r, s, top, m, n);
     }
 
-    // one = R mod m, rr = R^2 mod m: R mod m by one division, then R * 2^k mod m for k up to
-    // 64 n by squaring (k -> 2k) and doubling (k -> k + 1) along the bits of 64 n.
+    // one = R mod m, rr = R^2 mod m: each by one division, or, when R^2 is too wide for a
+    // temporary, R * 2^k mod m for k up to 64 n by squaring (k -> 2k) and doubling (k -> k + 1)
+    // along the bits of 64 n.
     void constants(u64 *one, u64 *rr, const ENUM *mod) const {
         Temp big, q, rem;
         big->length = 2 * n + 1;
         big->words[2 * n] = 1;
         EN_Div(q.get(), rem.get(), big.get(), mod);
         toLimbs(one, rem->words, rem->length, n);
+        if (4 * n + 1 <= kTempWords) {  // R^2 itself fits a temporary: one division
+            big->words[2 * n] = 0;
+            big->length = 4 * n + 1;
+            big->words[4 * n] = 1;
+            EN_Div(q.get(), rem.get(), big.get(), mod);
+            toLimbs(rr, rem->words, rem->length, n);
+            return;
+        }
         const uint32_t target = uint32_t(64 * n);
         int top = 31 - __builtin_clz(target);
         for (int i = 0; i < n; i++) rr[i] = one[i];
