@@ -69,8 +69,8 @@ int32_t pssSign(uint32_t hashId, uint32_t mgfHashId, uint8_t *sig, int32_t *sigL
     return 1;
 }
 
-int32_t pssVerify(uint32_t hashId, uint32_t mgfHashId, const uint8_t *sig, uint32_t sigLen, const uint8_t *msg,
-                  uint32_t msgLen, uint32_t saltLen, RsaKey *key, bool speak) {
+int32_t pssVerify(uint32_t hashId, uint32_t mgfHashId, const uint8_t *sig, uint32_t sigLen,
+                  const uint8_t *msg, uint32_t msgLen, uint32_t saltLen, RsaKey *key, bool speak) {
     const Layout l = layoutOf(hashId, key);
     if (l.k == 0 || sigLen != l.k) {
         say(speak, "\npss verify error : invalid signature");

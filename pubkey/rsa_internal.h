@@ -57,8 +57,8 @@ int32_t oaepDecrypt(uint8_t *out, const uint8_t *in, uint32_t inLen, const uint8
                     RsaKey *key, bool speak);
 int32_t pssSign(uint32_t hashId, uint32_t mgfHashId, uint8_t *sig, int32_t *sigLen, const uint8_t *msg,
                 uint32_t msgLen, uint32_t saltLen, RsaKey *key, bool speak);
-int32_t pssVerify(uint32_t hashId, uint32_t mgfHashId, const uint8_t *sig, uint32_t sigLen, const uint8_t *msg,
-                  uint32_t msgLen, uint32_t saltLen, RsaKey *key, bool speak);
+int32_t pssVerify(uint32_t hashId, uint32_t mgfHashId, const uint8_t *sig, uint32_t sigLen,
+                  const uint8_t *msg, uint32_t msgLen, uint32_t saltLen, RsaKey *key, bool speak);
 // aux receives p1, p2, q1, q2 (13 bytes each).
 void generateX931(RsaKey *key, uint32_t bits, uint32_t e, uint8_t *aux[4], bool safeAux, bool speak);
 
