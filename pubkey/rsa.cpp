@@ -122,7 +122,7 @@ bool verifyPkcs1Strict(RsaKey *key, const uint8_t *expected, uint32_t expectedLe
     want[1] = 1;
     memset(want + 2, 0xFF, k - 3 - expectedLen);
     want[k - 1 - expectedLen] = 0;
-    memcpy(want + k - expectedLen, expected, expectedLen);
+    memcpy(want + k - expectedLen, orEmpty(expected), expectedLen);
     return memcmp(block, want, k) == 0;
 }
 
@@ -154,7 +154,7 @@ void padBlock(uint8_t *block, uint32_t k, uint8_t type, const uint8_t *in, uint3
             while (block[2 + i] == 0) RAND_Bytes(block + 2 + i, 1);
     }
     block[2 + pad] = 0;
-    memcpy(block + 3 + pad, in, inLen);
+    memcpy(block + 3 + pad, orEmpty(in), inLen);
 }
 
 // Opens a decrypted block held as minimal bytes at the start of a zero-filled k-byte buffer:

@@ -34,6 +34,13 @@ void hash(uint32_t hashId, uint8_t *digest, const uint8_t *data, uint32_t length
 // XORs MGF1(seed) of `length` bytes into out.
 void mgf1Xor(uint32_t hashId, uint8_t *out, uint32_t length, const uint8_t *seed, uint32_t seedLen);
 
+// The caller's pointer, or a valid empty one for a null pointer with a zero length (copies and
+// hashes of nothing must not be handed a null pointer).
+inline const uint8_t *orEmpty(const uint8_t *p) {
+    static const uint8_t none = 0;
+    return p != nullptr ? p : &none;
+}
+
 // Erases the whole record (private numbers included).
 void wipeKey(RsaKey *key);
 
