@@ -154,8 +154,6 @@ struct Mont {
             pick(Kernels<8>());
         else if (n == 16)
             pick(Kernels<16>());
-        else if (n == 32)
-            pick(Kernels<32>());
         else
             pick(Kernels<0>());
         toLimbs(m, mod->words, mod->length, n);
