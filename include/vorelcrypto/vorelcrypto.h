@@ -12,6 +12,7 @@
 #include <vorelcrypto/random.h>
 #include <vorelcrypto/prime.h>
 #include <vorelcrypto/ecc.h>
+#include <vorelcrypto/rsa.h>
 #include <vorelcrypto/asn1.h>
 #include <vorelcrypto/kcdsa.h>
 #include <vorelcrypto/dsa_dh.h>
