@@ -16,17 +16,22 @@ enum Exit : int { kOk = 0, kFailed = 1, kUsage = 2 };
 using Handler = int (*)(std::vector<std::string_view> args);
 
 struct Command {
-    Command(const char *name, const char *summary, const char *usage, Handler run);
+    Command(const char *name, const char *summary, const char *usage, Handler run,
+            bool hTakesValue = false);
     const char *name;
     const char *summary;
     const char *usage;  // full --help text; nullptr for genkey/sign/verify, see pkUsage
     Handler run;
+    bool hTakesValue;   // "-h VALUE" is an option (sign and verify); otherwise -h is help
 };
 
 const std::vector<const Command *> &commands();
 
 // The --help text of genkey, sign and verify, built from the registered algorithms.
 std::string pkUsage(std::string_view command);
+
+// The message of output that could not be written to standard output.
+inline constexpr const char *kStdoutWriteError = "standard output: write error";
 
 // Prints "vorelcrypto: <message>" on standard error and returns kUsage (or `status`).
 int fail(const std::string &message, int status = kUsage);

@@ -120,13 +120,17 @@ int run(std::vector<std::string_view> args) {
     if (alg == nullptr) return cli::fail("unknown hash algorithm '" + opts.value("-a") + "' (" + names() + ")");
     std::vector<std::string> files = opts.positional();
     if (files.empty()) files.push_back("-");
+    // Like sha256sum, a file that cannot be read is reported and the others are still hashed.
+    int status = cli::kOk;
     for (const std::string &path : files) {
         uint8_t digest[64];
         std::string error;
-        if (!hashFile(*alg, path, digest, error)) return cli::fail(error);
-        std::printf("%s  %s\n", cli::toHex(digest, alg->digestLength).c_str(), path.c_str());
+        if (hashFile(*alg, path, digest, error))
+            std::printf("%s  %s\n", cli::toHex(digest, alg->digestLength).c_str(), path.c_str());
+        else
+            status = cli::fail(error, cli::kFailed);
     }
-    return std::fflush(stdout) == 0 ? cli::kOk : cli::fail("standard output: write error", cli::kFailed);
+    return status;
 }
 
 const cli::Command command{

@@ -8,6 +8,7 @@
 #include "service_status.h"
 
 #include <climits>
+#include <cstdint>
 
 namespace {
 
@@ -75,16 +76,16 @@ int run(std::vector<std::string_view> args) {
     std::vector<uint8_t> key, expected, data, mac;
     std::string error;
     if (!cli::hexOption(opts, "-k", alg->minKey, alg->maxKey, key, error)) return cli::fail(error);
-    if (opts.has("--verify") && !cli::parseHex(opts.value("--verify"), expected))
-        return cli::fail("--verify needs the MAC in hex");
+    if (opts.has("--verify") && !cli::hexOption(opts, "--verify", 0, SIZE_MAX, expected, error))
+        return cli::fail(error);
     if (opts.positional().size() > 1) return cli::fail("mac takes at most one FILE");
     std::string path = opts.positional().empty() ? "-" : opts.positional()[0];
-    if (!cli::readFile(path, data, error)) return cli::fail(error);
+    if (!cli::readFile(path, data, error)) return cli::fail(error, cli::kFailed);
     if (data.size() > UINT32_MAX - 16) return cli::fail(path + ": too large", cli::kFailed);
     if (opts.has("--verify")) return verify(*alg, key, data, expected);
     if (int status = compute(*alg, key, data, mac); status != cli::kOk) return status;
     std::printf("%s\n", cli::toHex(mac.data(), mac.size()).c_str());
-    return std::fflush(stdout) == 0 ? cli::kOk : cli::fail("standard output: write error", cli::kFailed);
+    return cli::kOk;
 }
 
 const cli::Command command{

@@ -27,11 +27,13 @@ int base64Value(char c) {
     return c != '\0' && p != nullptr ? int(p - kBase64) : -1;
 }
 
-// Decodes a base64 body, ignoring white space; false on any other character or bad padding.
+// Decodes a base64 body, ignoring white space; false on any other character, on a length that
+// is not whole groups of four, or on padding anywhere but at the end of the last group.
 bool decodeBase64(std::string_view text, std::vector<uint8_t> &out) {
     out.clear();
     uint32_t acc = 0;
     int bits = 0, pad = 0;
+    size_t symbols = 0;
     for (char c : text) {
         if (c == '\n' || c == '\r' || c == ' ' || c == '\t') continue;
         if (c == '=') {
@@ -40,6 +42,7 @@ bool decodeBase64(std::string_view text, std::vector<uint8_t> &out) {
         }
         int v = base64Value(c);
         if (v < 0 || pad != 0) return false;
+        ++symbols;
         acc = (acc << 6) | uint32_t(v);
         bits += 6;
         if (bits >= 8) {
@@ -47,25 +50,39 @@ bool decodeBase64(std::string_view text, std::vector<uint8_t> &out) {
             out.push_back(uint8_t(acc >> bits));
         }
     }
-    return pad <= 2;
+    // A last group of 2 or 3 symbols carries 1 or 2 bytes and is padded to four.
+    const size_t tail = symbols % 4;
+    return tail == 0 ? pad == 0 : tail != 1 && size_t(pad) == 4 - tail;
+}
+
+// The names -a or genkey accept, for messages; "none in this build" when no algorithm is.
+std::string namesOf(bool genkey) {
+    std::string names;
+    for (const PkAlgorithm *a : pkAlgorithms())
+        if (genkey ? a->genkey != nullptr : a->sign != nullptr)
+            names += std::string(names.empty() ? "" : " ") + a->name;
+    return names.empty() ? "none in this build" : names;
 }
 
 std::string usageOf(const char *command, const char *synopsis, bool genkey) {
     std::string text = std::string("usage: vorelcrypto ") + command + " " + synopsis + "\n\n";
+    const size_t head = text.size();
     for (const PkAlgorithm *a : pkAlgorithms()) {
         const char *lines = genkey ? a->genkeyUsage : a->signUsage;
         if (lines != nullptr) text += lines;
     }
+    if (text.size() == head) text += "This build has no public-key algorithm.\n";
     return text;
 }
 
 int runGenkey(std::vector<std::string_view> args) {
     Options opts(args, kGenkeyValues, kGenkeyFlags);
     if (!opts.ok()) return fail(opts.error());
-    if (opts.positional().size() != 1) return fail("genkey needs one key kind (try genkey --help)");
+    if (opts.positional().size() != 1)
+        return fail("genkey needs one key kind (" + namesOf(true) + ")");
     const PkAlgorithm *alg = findPkAlgorithm(opts.positional()[0]);
     if (alg == nullptr || alg->genkey == nullptr)
-        return fail("unknown key kind '" + opts.positional()[0] + "' (try genkey --help)");
+        return fail("unknown key kind '" + opts.positional()[0] + "' (" + namesOf(true) + ")");
     return alg->genkey(opts);
 }
 
@@ -74,8 +91,10 @@ int prepare(const Options &opts, const char *command, const PkAlgorithm *&alg,
             std::vector<uint8_t> &key, std::vector<uint8_t> &message) {
     if (!opts.ok()) return fail(opts.error());
     alg = findPkAlgorithm(opts.value("-a"));
-    if (alg == nullptr || alg->sign == nullptr)
-        return fail(std::string("unknown or missing algorithm -a (try ") + command + " --help)");
+    if (alg == nullptr || alg->sign == nullptr) {
+        const std::string what = opts.has("-a") ? "unknown algorithm '" + opts.value("-a") + "'" : "missing -a ALG";
+        return fail(what + " (" + namesOf(false) + ")");
+    }
     if (!opts.has("-k")) return fail("missing -k KEYFILE");
     if (opts.positional().size() > 1) return fail(std::string(command) + " takes at most one FILE");
     std::string error;
@@ -101,14 +120,15 @@ int runVerify(std::vector<std::string_view> args) {
     Options opts(args, kSignValues, kSignFlags);
     const PkAlgorithm *alg = nullptr;
     std::vector<uint8_t> key, message, signature;
+    // Before prepare() reads the message, which may be standard input.
+    if (opts.ok() && !opts.has("--sig")) return fail("verify needs --sig FILE");
     if (int status = prepare(opts, "verify", alg, key, message); status != kOk) return status;
-    if (!opts.has("--sig")) return fail("verify needs --sig FILE");
     std::string error;
     if (!readFile(opts.value("--sig"), signature, error)) return fail(error, kFailed);
     int status = alg->verify(opts, key, message, signature);
     if (status != kOk) return status;
     std::printf("OK\n");
-    return std::fflush(stdout) == 0 ? kOk : fail("standard output: write error", kFailed);
+    return kOk;
 }
 
 }  // namespace
@@ -182,9 +202,9 @@ bool readKeyBytes(const std::vector<uint8_t> &file, std::vector<uint8_t> &der, s
 namespace {
 
 const Command genkeyCommand{"genkey", "generate a public-key pair", nullptr, runGenkey};
-const Command signCommand{"sign", "sign a file with a private key", nullptr, runSign};
+const Command signCommand{"sign", "sign a file with a private key", nullptr, runSign, true};
 const Command verifyCommand{"verify", "check a signature with a public or private key", nullptr,
-                            runVerify};
+                            runVerify, true};
 
 }  // namespace
 

@@ -2,152 +2,39 @@
 #include "cli.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 
-namespace cli {
-
 namespace {
-std::vector<const Command *> &registry() {
-    static std::vector<const Command *> all;
-    return all;
-}
-
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-}
 
 void printOverview(FILE *out) {
+    using cli::Command;
     std::fprintf(out, "usage: vorelcrypto COMMAND [OPTIONS] [ARGS]\n\ncommands:\n");
-    auto sorted = commands();
+    auto sorted = cli::commands();
     std::sort(sorted.begin(), sorted.end(),
               [](const Command *a, const Command *b) { return std::strcmp(a->name, b->name) < 0; });
     for (const Command *c : sorted) std::fprintf(out, "  %-10s %s\n", c->name, c->summary);
     std::fprintf(out, "\n'vorelcrypto COMMAND --help' describes a command.\n");
 }
-}  // namespace
 
-Command::Command(const char *n, const char *s, const char *u, Handler r)
-    : name(n), summary(s), usage(u), run(r) {
-    registry().push_back(this);
-}
-
-const std::vector<const Command *> &commands() {
-    return registry();
-}
-
-int fail(const std::string &message, int status) {
-    std::fprintf(stderr, "vorelcrypto: %s\n", message.c_str());
-    return status;
-}
-
-bool parseHex(std::string_view text, std::vector<uint8_t> &out) {
-    out.clear();
-    if (text.size() % 2 != 0) return false;
-    for (size_t i = 0; i < text.size(); i += 2) {
-        int hi = hexDigit(text[i]), lo = hexDigit(text[i + 1]);
-        if (hi < 0 || lo < 0) return false;
-        out.push_back(uint8_t(hi << 4 | lo));
+// Runs the command named by argv[1], or prints help; returns the exit status.
+int dispatch(int argc, char **argv) {
+    if (argc < 2) {
+        printOverview(stderr);
+        return cli::kUsage;
     }
-    return true;
-}
-
-std::string toHex(const uint8_t *data, size_t length) {
-    static const char digits[] = "0123456789abcdef";
-    std::string s(length * 2, '0');
-    for (size_t i = 0; i < length; ++i) {
-        s[2 * i] = digits[data[i] >> 4];
-        s[2 * i + 1] = digits[data[i] & 15];
-    }
-    return s;
-}
-
-bool readFile(const std::string &path, std::vector<uint8_t> &out, std::string &error) {
-    out.clear();
-    FILE *f = path == "-" ? stdin : std::fopen(path.c_str(), "rb");
-    if (f == nullptr) {
-        error = path + ": " + std::strerror(errno);
-        return false;
-    }
-    uint8_t chunk[65536];
-    size_t n;
-    while ((n = std::fread(chunk, 1, sizeof chunk, f)) > 0) out.insert(out.end(), chunk, chunk + n);
-    bool bad = std::ferror(f) != 0;
-    if (f != stdin) std::fclose(f);
-    if (bad) error = path + ": read error";
-    return !bad;
-}
-
-bool writeFile(const std::string &path, const uint8_t *data, size_t length, std::string &error) {
-    bool toStdout = path.empty() || path == "-";
-    FILE *f = toStdout ? stdout : std::fopen(path.c_str(), "wb");
-    if (f == nullptr) {
-        error = path + ": " + std::strerror(errno);
-        return false;
-    }
-    bool ok = std::fwrite(data, 1, length, f) == length;
-    ok = (toStdout ? std::fflush(f) : std::fclose(f)) == 0 && ok;
-    if (!ok) error = (toStdout ? std::string("standard output") : path) + ": write error";
-    return ok;
-}
-
-Options::Options(std::vector<std::string_view> args, std::vector<std::string_view> withValue,
-                 std::vector<std::string_view> flags) {
-    auto contains = [](const std::vector<std::string_view> &v, std::string_view s) {
-        return std::find(v.begin(), v.end(), s) != v.end();
-    };
-    bool onlyPositional = false;
-    for (size_t i = 0; i < args.size(); ++i) {
-        std::string_view a = args[i];
-        if (onlyPositional || a == "-" || a.empty() || a[0] != '-') {
-            positional_.emplace_back(a);
-        } else if (a == "--") {
-            onlyPositional = true;
-        } else if (contains(withValue, a)) {
-            if (i + 1 == args.size()) {
-                error_ = "option " + std::string(a) + " needs a value";
-                return;
-            }
-            values_.emplace_back(std::string(a), std::string(args[++i]));
-        } else if (a == "--help" || a == "-h" || contains(flags, a)) {
-            values_.emplace_back(std::string(a), std::string());
-        } else {
-            error_ = "unknown option " + std::string(a);
-            return;
-        }
-    }
-}
-
-bool Options::has(std::string_view name) const {
-    for (auto &[k, v] : values_)
-        if (k == name) return true;
-    return false;
-}
-
-std::string Options::value(std::string_view name, std::string fallback) const {
-    for (auto it = values_.rbegin(); it != values_.rend(); ++it)
-        if (it->first == name) return it->second;
-    return fallback;
-}
-
-}  // namespace cli
-
-int main(int argc, char **argv) {
-    if (argc < 2 || std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0 ||
-        std::strcmp(argv[1], "help") == 0) {
-        cli::printOverview(argc < 2 ? stderr : stdout);
-        return argc < 2 ? cli::kUsage : cli::kOk;
+    const std::string_view name = argv[1];
+    if (name == "--help" || name == "-h" || name == "help") {
+        printOverview(stdout);
+        return cli::kOk;
     }
     for (const cli::Command *c : cli::commands()) {
-        if (std::strcmp(c->name, argv[1]) != 0) continue;
+        if (name != c->name && !(name == "--version" && std::strcmp(c->name, "version") == 0)) continue;
         std::vector<std::string_view> args(argv + 2, argv + argc);
-        // "-h" is help unless a value follows it: sign and verify take "-h HASH".
+        // "-h" asks for help, except where the command takes "-h VALUE" (sign and verify's
+        // "-h HASH"): there only a last "-h" does.
         for (size_t i = 0; i < args.size(); ++i) {
             std::string_view a = args[i];
-            if (a == "--help" || (a == "-h" && i + 1 == args.size())) {
+            if (a == "--help" || (a == "-h" && (!c->hTakesValue || i + 1 == args.size()))) {
                 std::fputs(c->usage != nullptr ? c->usage : cli::pkUsage(c->name).c_str(), stdout);
                 return cli::kOk;
             }
@@ -155,5 +42,16 @@ int main(int argc, char **argv) {
         }
         return c->run(std::move(args));
     }
-    return cli::fail(std::string("unknown command '") + argv[1] + "' (try --help)");
+    return cli::fail("unknown command '" + std::string(name) + "' (try --help)");
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    const int status = dispatch(argc, argv);
+    // Output that never reached its destination (a full disk, a closed pipe) fails the command,
+    // whichever command printed it; a command that already failed has said why.
+    if ((std::fflush(stdout) != 0 || std::ferror(stdout) != 0) && status == cli::kOk)
+        return cli::fail(cli::kStdoutWriteError, cli::kFailed);
+    return status;
 }

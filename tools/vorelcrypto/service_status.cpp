@@ -77,8 +77,13 @@ DataBlob blobOf(std::vector<uint8_t> &bytes) {
 
 bool hexOption(const Options &opts, const char *name, size_t min, size_t max,
                std::vector<uint8_t> &out, std::string &error) {
-    if (!opts.has(name) || !parseHex(opts.value(name), out)) {
-        error = std::string(name) + " needs a value in hex";
+    if (!opts.has(name)) {
+        error = std::string("missing ") + name + " (a value in hex)";
+        return false;
+    }
+    if (!parseHex(opts.value(name), out)) {
+        error = std::string(name) + " '" + opts.value(name) +
+                "' is not hex (an even number of digits 0-9, a-f)";
         return false;
     }
     if (out.size() < min || out.size() > max) {
@@ -92,7 +97,7 @@ bool hexOption(const Options &opts, const char *name, size_t min, size_t max,
 
 int readInput(const Options &opts, std::vector<uint8_t> &data) {
     std::string error;
-    if (!readFile(opts.value("-i", "-"), data, error)) return fail(error);
+    if (!readFile(opts.value("-i", "-"), data, error)) return fail(error, kFailed);
     // Room for the padding and the provider's closing block within 32-bit lengths.
     if (data.size() > UINT32_MAX - 4096) return fail("input too large", kFailed);
     return kOk;
