@@ -30,6 +30,17 @@ const PrimeCurveConstants kSecp160r1 = {
     1,
 };
 
+uint32_t lowOctetsToWords(const uint8_t *octets, uint32_t length, uint32_t words[6]) {
+    for (int i = 0; i < 6; i++) words[i] = 0;
+    const uint32_t n = length > 24 ? 24 : length;
+    const uint8_t *low = octets + (length - n);
+    for (uint32_t i = 0; i < n; i++) {
+        const uint32_t byte = n - 1 - i;
+        words[byte / 4] |= uint32_t(low[i]) << (8 * (byte % 4));
+    }
+    return 8 * n;
+}
+
 bool isBuiltInCurve(int curveId) {
     switch (curveId) {
     case 3: case 5: case 7: case 11: case 21: case 22: return true;
@@ -193,14 +204,14 @@ int32_t ZENOR_V1_IsValidPoint(int32_t curveId, const EcParams *params, const Opa
     octetsToCoordinate(point, 1, n, xy);
     octetsToCoordinate(point, 1 + n, n, xy + 6);
     uint32_t a[6], b[6];
-    octetsToCoordinate(&params->a, 0, params->a.length, a);
-    octetsToCoordinate(&params->b, 0, params->b.length, b);
+    memberWords(params->a, a);
+    memberWords(params->b, b);
     if (curveId == kPrimeCurveId) {
         // A coordinate equal to p passes: the comparison is strictly greater-than.
         const uint8_t *p = params->field.p.data;
         if (compareOctets(octets + 1, p, 20) > 0 || compareOctets(octets + 21, p, 20) > 0) return -2;
         uint32_t pw[6];
-        octetsToCoordinate(&params->field.p, 0, params->field.p.length, pw);
+        memberWords(params->field.p, pw);
         if (!primeOnCurve(pw, a, b, xy)) return -3;
     } else {
         if (octets[1] > 7 || octets[22] >= 8) return -2;
@@ -209,8 +220,8 @@ int32_t ZENOR_V1_IsValidPoint(int32_t curveId, const EcParams *params, const Opa
         if (!binaryOnCurve(field, a, b, xy, xy + 6)) return -3;
     }
     uint32_t order[6], result[12];
-    octetsToCoordinate(&params->n, 0, params->n.length, order);
-    multiplyWithRecord(curveId, 0, params, order, 8 * params->n.length, xy, result, false);
+    const uint32_t bits = memberWords(params->n, order);
+    multiplyWithRecord(curveId, 0, params, order, bits, xy, result, false);
     for (uint32_t w : result)
         if (w != 0) return -4;
     return 1;

@@ -30,4 +30,11 @@ inline uint8_t octetAt(const Opaque8 *s, uint32_t i) {
     return s != nullptr && s->data != nullptr && i < s->length ? s->data[i] : 0;
 }
 
+// The low 24 octets of a big-endian string as six little-endian words; returns the bit count
+// they span (8 * octets, at most 192).
+uint32_t lowOctetsToWords(const uint8_t *octets, uint32_t length, uint32_t words[6]);
+inline uint32_t memberWords(const Opaque8 &member, uint32_t words[6]) {
+    return lowOctetsToWords(member.data, member.length, words);
+}
+
 }  // namespace vc::ecc

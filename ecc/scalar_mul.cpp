@@ -125,11 +125,6 @@ void loadCoordinates(const Field &f, const uint32_t xy[12], Fe &x, Fe &y) {
 
 bool equalOctets(const uint8_t *a, const uint8_t *b, uint32_t n) { return std::memcmp(a, b, n) == 0; }
 
-// The six low words of a record member (its low 24 octets).
-void memberWords(const Opaque8 &member, uint32_t words[6]) {
-    scalarToWords(member.data, member.length, words);
-}
-
 // Whether the record's p and a are curve 7's, so that the fast path applies.
 bool isBuiltInPrimeField(const EcParams *params) {
     return params->field.p.length == 20 && params->a.length == 20 &&
@@ -143,7 +138,7 @@ void primeBaseWords(uint32_t g[12]) {
     feToWords(feFromBytes(kSecp160r1.gy, 20), g + 6, 5);
 }
 
-void binaryWords(const uint8_t octets[21], uint32_t words[6]) { scalarToWords(octets, 21, words); }
+void binaryWords(const uint8_t octets[21], uint32_t words[6]) { lowOctetsToWords(octets, 21, words); }
 
 void binaryMultiply(int curveId, int methodFlag, const uint32_t a[6], const uint32_t b[6],
                     const uint32_t point[12], const uint32_t scalar[6], uint32_t result[12],
@@ -154,17 +149,6 @@ void binaryMultiply(int curveId, int methodFlag, const uint32_t a[6], const uint
 }
 
 }  // namespace
-
-uint32_t scalarToWords(const uint8_t *scalar, uint32_t length, uint32_t words[6]) {
-    for (int i = 0; i < 6; i++) words[i] = 0;
-    const uint32_t n = length > 24 ? 24 : length;
-    const uint8_t *low = scalar + (length - n);
-    for (uint32_t i = 0; i < n; i++) {
-        const uint32_t byte = n - 1 - i;
-        words[byte / 4] |= uint32_t(low[i]) << (8 * (byte % 4));
-    }
-    return 8 * n;
-}
 
 bool primeOnCurve(const uint32_t p[6], const uint32_t a[6], const uint32_t b[6], const uint32_t xy[12]) {
     Field f;
@@ -215,7 +199,7 @@ int scalarMul(int curveId, const uint8_t *point, uint32_t pointLength, const uin
     uint32_t words[12] = {}, k[6], result[12];
     const Opaque8 in{pointLength, const_cast<uint8_t *>(point)};
     ZENOR_V1_opaque8ToECPoints(curveId, &in, words);
-    const uint32_t bits = scalarToWords(scalar, scalarLength, k);
+    const uint32_t bits = lowOctetsToWords(scalar, scalarLength, k);
     if (curveId == kPrimeCurveId) {
         p160Mul(words, k, bits, result);
     } else {
@@ -235,7 +219,7 @@ int scalarMulBase(int curveId, const uint8_t *scalar, uint32_t scalarLength, uin
                   bool secretScalar) {
     if (!isBuiltInCurve(curveId)) return kUnknownCurve;
     uint32_t k[6], result[12];
-    const uint32_t bits = scalarToWords(scalar, scalarLength, k);
+    const uint32_t bits = lowOctetsToWords(scalar, scalarLength, k);
     if (curveId == kPrimeCurveId) {
         p160MulBase(k, bits, result);
     } else {
@@ -284,7 +268,7 @@ int32_t ZENOR_V1_ScalarMultiplicationOnEllipticCurves(int32_t curveId, int32_t m
     if (!isBuiltInCurve(curveId)) return kUnknownCurve;
     uint32_t words[12] = {}, k[6], out[12];
     ZENOR_V1_opaque8ToECPoints(curveId, point, words);  // any other form stays all zero: infinity
-    const uint32_t bits = scalarToWords(scalar->data, scalar->length, k);
+    const uint32_t bits = lowOctetsToWords(scalar->data, scalar->length, k);
     multiplyWithRecord(curveId, methodFlag, params, k, bits, words, out, true);
     ZENOR_V1_ECPointsToopaque8(curveId, 1, out, result);
     vc::secure_wipe(k, sizeof k);

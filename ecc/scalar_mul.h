@@ -32,8 +32,4 @@ void multiplyWithRecord(int curveId, int methodFlag, const EcParams *params, con
 // Whether y^2 = x^3 + a x + b modulo the odd p (five words each, coordinates taken mod p).
 bool primeOnCurve(const uint32_t p[6], const uint32_t a[6], const uint32_t b[6], const uint32_t xy[12]);
 
-// The low 24 octets of a big-endian string as six little-endian words; returns the bit count
-// they span (8 * octets, at most 192).
-uint32_t scalarToWords(const uint8_t *scalar, uint32_t length, uint32_t words[6]);
-
 }  // namespace vc::ecc
