@@ -114,6 +114,14 @@ bool binaryOnCurve(const BinaryField &field, const uint32_t a[6], const uint32_t
     return binary::curveB(f, f.reduced(gf2m::fromWords(a)), fx, fy) == f.reduced(gf2m::fromWords(b));
 }
 
+bool binarySolveQuadratic(const BinaryField &field, const uint32_t c[6], uint32_t z[6]) {
+    const gf2m::Field f(field);
+    const Fe fc = gf2m::fromWords(c);
+    if (field.m % 2 == 0 || f.trace(fc) != 0) return false;
+    gf2m::toWords(f.halfTrace(fc), z);
+    return true;
+}
+
 namespace binary {
 
 Fe curveB(const gf2m::Field &f, const Fe &a, const Fe &x, const Fe &y) {
@@ -151,7 +159,10 @@ void binaryScalarMul(int curveId, int methodFlag, const BinaryField &field, cons
     const Fe fa = f.reduced(gf2m::fromWords(a));
     binary::Point r;
     // The base-point table serves only the field and coefficient a it was built for.
-    if (!isBase || !binary::fixedBaseMul(curveId, f, fa, k, constantTime, r)) r = binary::ladder(f, fa, p, k, constantTime);
+    // The Koblitz method is variable time and serves the points of the Koblitz curves only.
+    const bool done = (isBase && binary::fixedBaseMul(curveId, f, fa, k, constantTime, r)) ||
+                      (!constantTime && curveId == 3 && binary::koblitzMul(f, fa, p, k, r));
+    if (!done) r = binary::ladder(f, fa, p, k, constantTime);
     gf2m::toWords(r.x, result);
     gf2m::toWords(r.y, result + 6);
     secure_wipe_object(k);

@@ -49,7 +49,11 @@ LdPoint ldDouble(const Curve &c, const LdPoint &p) {
 // A = y2 Z1^2 + Y1, B = x2 Z1 + X1, C = Z1 B, D = B^2 (C + a Z1^2), Z3 = C^2, E = A C,
 // X3 = A^2 + D + E, F = X3 + x2 Z3, G = (x2 + y2) Z3^2, Y3 = (E + Z3) F + G.
 // B = 0 gives Z3 = 0: right for q = -p, replaced by the doubling of q for q = p.
-LdPoint ldAddAffine(const Curve &c, const LdPoint &p, const Point &q) {
+LdPoint ldAddAffine(const Curve &c, const LdPoint &p, const Point &q, bool constantTime) {
+    if (!constantTime) {
+        if (isZero(p.z)) return ldFromAffine(q);
+        if (isZero(q.x) && isZero(q.y)) return p;
+    }
     Fe z2, a, b, cc, d, e, t;
     LdPoint r;
     c.f.sqr(z2, p.z);
@@ -74,11 +78,20 @@ LdPoint ldAddAffine(const Curve &c, const LdPoint &p, const Point &q) {
     r.y = t + d;
 
     const LdPoint lq = ldFromAffine(q);
+    if (!constantTime) return isZero(r.z) && isZero(a) ? ldDouble(c, lq) : r;
     const uint64_t pInf = zeroMask(p.z), qInf = zeroMask(lq.z);
     const uint64_t same = zeroMask(a) & zeroMask(b) & ~pInf & ~qInf;
     r = selectLd(same, ldDouble(c, lq), r);
     r = selectLd(pInf, lq, r);
     return selectLd(qInf, p, r);
+}
+
+LdPoint ldFrobenius(const Field &f, const LdPoint &p) {
+    LdPoint r;
+    f.sqr(r.x, p.x);
+    f.sqr(r.y, p.y);
+    f.sqr(r.z, p.z);
+    return r;
 }
 
 }  // namespace vc::ecc::binary

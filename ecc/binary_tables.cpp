@@ -32,10 +32,10 @@ void build(Table &t, const BinaryCurveConstants &k) {
         t.entry[i][0] = Point{feZero(), feZero()};
         t.entry[i][1] = base;
         for (int d = 2; d < 16; d++) {
-            sum = ldAddAffine(c, sum, base);
+            sum = ldAddAffine(c, sum, base, true);
             t.entry[i][d] = ldToAffine(c, sum);
         }
-        base = ldToAffine(c, ldAddAffine(c, sum, base));
+        base = ldToAffine(c, ldAddAffine(c, sum, base, true));
     }
 }
 
@@ -76,11 +76,11 @@ bool fixedBaseMul(int curveId, const Field &f, const Fe &a, const Scalar &k, boo
     for (int i = 0; i < kRows; i++) {
         const uint64_t d = (k.w[i / 16] >> (4 * (i % 16))) & 15;
         if (constantTime) {
-            const LdPoint sum = ldAddAffine(c, r, selectEntry(t->entry[i], d));
+            const LdPoint sum = ldAddAffine(c, r, selectEntry(t->entry[i], d), true);
             const uint64_t keep = zeroMask(Fe{{d, 0, 0}});
             r = LdPoint{select(keep, r.x, sum.x), select(keep, r.y, sum.y), select(keep, r.z, sum.z)};
         } else if (d != 0) {
-            r = ldAddAffine(c, r, t->entry[i][d]);
+            r = ldAddAffine(c, r, t->entry[i][d], false);
         }
     }
     out = ldToAffine(c, r);

@@ -280,6 +280,8 @@ struct Portable {
     }
 };
 
+// The same shapes over the PCLMUL products. They stay a separate template because the target
+// attribute that lets the products inline must sit on these functions themselves.
 template <class R>
 struct Clmul {
     VC_CLMUL static void mul(const Field &f, Fe &r, const Fe &a, const Fe &b) {

@@ -46,9 +46,17 @@ LdPoint ldFromAffine(const Point &p);  // (0, 0) becomes infinity
 Point ldToAffine(const Curve &c, const LdPoint &p);
 // 2p: Z3 = X^2 Z^2, X3 = X^4 + b Z^4, Y3 = b Z^4 Z3 + X3 (a Z3 + Y^2 + b Z^4).
 LdPoint ldDouble(const Curve &c, const LdPoint &p);
-// p + q for affine q, whatever the operands: infinity on either side, q = p and q = -p are
-// resolved by masks, so the time does not depend on which case applies.
-LdPoint ldAddAffine(const Curve &c, const LdPoint &p, const Point &q);
+// p + q for affine q, whatever the operands: infinity on either side, q = p and q = -p. With
+// `constantTime` these cases are resolved by masks, so the time does not depend on which one
+// applies; otherwise by branches.
+LdPoint ldAddAffine(const Curve &c, const LdPoint &p, const Point &q, bool constantTime);
+// (X^2 : Y^2 : Z^2), the Frobenius map, an endomorphism of Koblitz curves.
+LdPoint ldFrobenius(const gf2m::Field &f, const LdPoint &p);
+
+// k * p by the tau-adic NAF on the Koblitz curves y^2 + xy = x^3 + ax^2 + 1, a in {0, 1}, over
+// GF(2^163), after reducing k modulo tau^163 - 1 (which fixes every point of the curve). False
+// when p is not on such a curve or has x = 0; variable time.
+bool koblitzMul(const gf2m::Field &f, const Fe &a, const Point &p, const Scalar &k, Point &out);
 
 // k * G from the built-in table of a built-in curve's base point, when `curveId` has one for
 // this field and coefficient a (false otherwise, `out` untouched). Each of the 48 four-bit
