@@ -12,5 +12,6 @@
 #include <vorelcrypto/random.h>
 #include <vorelcrypto/prime.h>
 #include <vorelcrypto/ecc.h>
+#include <vorelcrypto/ec_protocols.h>
 
 #endif
