@@ -16,5 +16,6 @@
 #include <vorelcrypto/asn1.h>
 #include <vorelcrypto/kcdsa.h>
 #include <vorelcrypto/dsa_dh.h>
+#include <vorelcrypto/ec_protocols.h>
 
 #endif
