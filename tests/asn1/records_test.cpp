@@ -121,11 +121,6 @@ TEST(DerRecords, RsaAgainstOpenSsl) {
         const Bytes oursPublic = encode([&](uint8_t *o) { return E_ASN1_PutRSAPublicKey(&fromOpenSsl, o); });
         EXPECT_EQ(E_ASN1_GetRSAPublicKeyBytes(&fromOpenSsl), int32_t(oursPublic.size()));
         EXPECT_EQ(oursPublic, theirsPublic);
-        if (RSA_bits(r) == 1024) {
-            EXPECT_EQ(oursPublic.size(), 140u);
-            EXPECT_EQ(toHex(Bytes(oursPublic.begin(), oursPublic.begin() + 7)), "3081890281810" "0");
-            EXPECT_EQ(toHex(Bytes(oursPublic.end() - 5, oursPublic.end())), "0203010001");
-        }
     }
 }
 
@@ -192,7 +187,6 @@ TEST(DerRecords, DhAgainstOpenSsl) {
         const Bytes ours = encode([&](uint8_t *o) { return E_ASN1_PutDHParams(&fromNumbers, o); });
         EXPECT_EQ(ours, theirs);
         EXPECT_EQ(E_ASN1_GetDHParamsBytes(&fromNumbers), int32_t(ours.size()));
-        EXPECT_EQ(toHex(Bytes(ours.end() - 3, ours.end())), "02010" + std::to_string(BN_get_word(DH_get0_g(d))));
     }
 }
 
