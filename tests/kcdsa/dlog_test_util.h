@@ -74,7 +74,8 @@ inline EVP_PKEY *opensslKey(const char *type, std::initializer_list<std::pair<co
                             int selection = EVP_PKEY_KEYPAIR) {
     OSSL_PARAM_BLD *b = OSSL_PARAM_BLD_new();
     std::vector<BIGNUM *> bns;
-    for (auto [name, z] : numbers) OSSL_PARAM_BLD_push_BN(b, name, bns.emplace_back(toBn(z)));
+    for (auto [name, z] : numbers)  // a null name skips the number
+        if (name != nullptr) OSSL_PARAM_BLD_push_BN(b, name, bns.emplace_back(toBn(z)));
     OSSL_PARAM *params = OSSL_PARAM_BLD_to_param(b);
     EVP_PKEY_CTX *ctx = EVP_PKEY_CTX_new_from_name(nullptr, type, nullptr);
     EVP_PKEY *key = nullptr;
