@@ -37,13 +37,10 @@ struct Key {
 
 // The same key as an OpenSSL DSA key (with its private value when x is set).
 EVP_PKEY *opensslKey(const Key &k, bool withPrivate) {
-    if (!withPrivate)
-        return dltest::opensslKey("DSA", {{OSSL_PKEY_PARAM_FFC_P, k.d.p}, {OSSL_PKEY_PARAM_FFC_Q, k.d.q},
-                                          {OSSL_PKEY_PARAM_FFC_G, k.d.g}, {OSSL_PKEY_PARAM_PUB_KEY, k.y}},
-                                  EVP_PKEY_PUBLIC_KEY);
     return dltest::opensslKey("DSA", {{OSSL_PKEY_PARAM_FFC_P, k.d.p}, {OSSL_PKEY_PARAM_FFC_Q, k.d.q},
                                       {OSSL_PKEY_PARAM_FFC_G, k.d.g}, {OSSL_PKEY_PARAM_PUB_KEY, k.y},
-                                      {OSSL_PKEY_PARAM_PRIV_KEY, k.x}});
+                                      {withPrivate ? OSSL_PKEY_PARAM_PRIV_KEY : nullptr, k.x}},
+                              withPrivate ? EVP_PKEY_KEYPAIR : EVP_PKEY_PUBLIC_KEY);
 }
 
 Bytes opensslSign(EVP_PKEY *key, const Bytes &h) {
