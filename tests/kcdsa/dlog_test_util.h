@@ -160,6 +160,22 @@ inline void makeDomain(Domain &d, unsigned pBits, unsigned qBits) {
     } while (cmpUi(d.g, 1) <= 0);
 }
 
+// A record made ready by `init` (E_DSA_Init, E_KCDSA_Init), with its numbers in GMP.
+template <typename Rec, void (*Init)(Rec *)>
+struct Key {
+    Domain d;
+    Mpz x, y;
+    Rec rec;
+    Key() {
+        std::memset(&rec, 0, sizeof rec);
+        Init(&rec);
+    }
+    void load() {
+        setNum(&rec.p, d.p), setNum(&rec.q, d.q), setNum(&rec.g, d.g), setNum(&rec.x, x), setNum(&rec.y, y);
+    }
+    size_t qBytes() const { return (mpz_sizeinbase(d.q, 2) + 7) / 8; }
+};
+
 // A private value in 1 ... q - 1.
 inline void randomBelow(mpz_ptr x, mpz_srcptr q) {
     do mpz_urandomm(x, gmpRandom(), q);
