@@ -25,7 +25,7 @@ const Named kNamed[] = {{7, NID_secp160r1, 0, 0, 0, 20},          {3, NID_sect16
                         {21, NID_X9_62_c2pnb163v2, 7, 6, 3, 21},  {22, NID_X9_62_c2pnb163v3, 7, 6, 3, 21}};
 bool openSslCurve(const Named &c) { return c.id < 21; }
 
-struct Binary : ::testing::Test {
+struct CurveLayer : ::testing::Test {
     EcParams params{};
     vctest::Rng rng{23};
 
@@ -86,7 +86,7 @@ TEST(Records, HoldThePublishedConstants) {
 
 // Every entry point on G and on random points against EC_POINT_mul; on the binary curves a
 // non-zero method flag multiplies the built-in base point whatever point is given.
-TEST_F(Binary, EntryPointsMatchOpenSsl) {
+TEST_F(CurveLayer, EntryPointsMatchOpenSsl) {
     for (const Named &c : kNamed) {
         if (!openSslCurve(c)) continue;
         ASSERT_EQ(E_ECParams_Init(c.id, &params), 0);
@@ -120,7 +120,7 @@ TEST_F(Binary, EntryPointsMatchOpenSsl) {
     EXPECT_EQ(ECC_BaseOrderExpTest(8), -2);
 }
 
-TEST_F(Binary, ValidationResults) {
+TEST_F(CurveLayer, BinaryPointValidity) {
     BN_CTX *ctx = BN_CTX_new();
     for (const Named &c : kNamed) {
         if (c.id == 7 || !openSslCurve(c)) continue;
