@@ -121,11 +121,6 @@ TEST(DerRecords, RsaAgainstOpenSsl) {
         const Bytes oursPublic = encode([&](uint8_t *o) { return E_ASN1_PutRSAPublicKey(&fromOpenSsl, o); });
         EXPECT_EQ(E_ASN1_GetRSAPublicKeyBytes(&fromOpenSsl), int32_t(oursPublic.size()));
         EXPECT_EQ(oursPublic, theirsPublic);
-        if (RSA_bits(r) == 1024) {
-            EXPECT_EQ(oursPublic.size(), 140u);
-            EXPECT_EQ(toHex(Bytes(oursPublic.begin(), oursPublic.begin() + 7)), "3081890281810" "0");
-            EXPECT_EQ(toHex(Bytes(oursPublic.end() - 5, oursPublic.end())), "0203010001");
-        }
     }
 }
 
@@ -192,7 +187,6 @@ TEST(DerRecords, DhAgainstOpenSsl) {
         const Bytes ours = encode([&](uint8_t *o) { return E_ASN1_PutDHParams(&fromNumbers, o); });
         EXPECT_EQ(ours, theirs);
         EXPECT_EQ(E_ASN1_GetDHParamsBytes(&fromNumbers), int32_t(ours.size()));
-        EXPECT_EQ(toHex(Bytes(ours.end() - 3, ours.end())), "02010" + std::to_string(BN_get_word(DH_get0_g(d))));
     }
 }
 
@@ -410,21 +404,20 @@ TEST(DerRecords, TruncationsAndCorruptions) {
         Bytes der;
         Read read;
     };
-    auto bytesOf = [](auto put) { return encode(put); };
     const Bytes signature = cat({fromHex("302e 0315 00"), Bytes(20, 0x11), fromHex("0215 00"), Bytes(20, 0x99)});
     const Case cases[] = {
-        {"RSA private", bytesOf([&](uint8_t *o) { return E_ASN1_PutRSAPrivateKey(&rsa, o); }), [&](auto at, auto left) { return E_ASN1_GetRSAPrivateKey(&rsa, at, left); }},
-        {"RSA public", bytesOf([&](uint8_t *o) { return E_ASN1_PutRSAPublicKey(&rsa, o); }), [&](auto at, auto left) { return E_ASN1_GetRSAPublicKey(&rsa, at, left); }},
-        {"DSA private", bytesOf([&](uint8_t *o) { return E_ASN1_PutDSAPrivateKey(&dsa, o); }), [&](auto at, auto left) { return E_ASN1_GetDSAPrivateKey(&dsa, at, left); }},
-        {"DSA public", bytesOf([&](uint8_t *o) { return E_ASN1_PutDSAPublicKey(&dsa, o); }), [&](auto at, auto left) { return E_ASN1_GetDSAPublicKey(&dsa, at, left); }},
-        {"DSA params", bytesOf([&](uint8_t *o) { return E_ASN1_PutDSAParams(&dsa, o); }), [&](auto at, auto left) { return E_ASN1_GetDSAParams(&dsa, at, left); }},
-        {"DH params", bytesOf([&](uint8_t *o) { return E_ASN1_PutDHParams(&dh, o); }), [&](auto at, auto left) { return E_ASN1_GetDHParams(&dh, at, left); }},
-        {"KCDSA private", bytesOf([&](uint8_t *o) { return E_ASN1_PutKCDSAPrivateKey(&kcdsa, o); }), [&](auto at, auto left) { return E_ASN1_GetKCDSAPrivateKey(&kcdsa, at, left); }},
-        {"KCDSA public", bytesOf([&](uint8_t *o) { return E_ASN1_PutKCDSAPublicKey1(&kcdsa, o); }), [&](auto at, auto left) { return E_ASN1_GetKCDSAPublicKey1(&kcdsa, at, left); }},
-        {"KCDSA params", bytesOf([&](uint8_t *o) { return E_ASN1_PutKCDSAParams(&kcdsa, o); }), [&](auto at, auto left) { return E_ASN1_GetKCDSAParams1(&kcdsa, at, left); }},
+        {"RSA private", encode([&](uint8_t *o) { return E_ASN1_PutRSAPrivateKey(&rsa, o); }), [&](auto at, auto left) { return E_ASN1_GetRSAPrivateKey(&rsa, at, left); }},
+        {"RSA public", encode([&](uint8_t *o) { return E_ASN1_PutRSAPublicKey(&rsa, o); }), [&](auto at, auto left) { return E_ASN1_GetRSAPublicKey(&rsa, at, left); }},
+        {"DSA private", encode([&](uint8_t *o) { return E_ASN1_PutDSAPrivateKey(&dsa, o); }), [&](auto at, auto left) { return E_ASN1_GetDSAPrivateKey(&dsa, at, left); }},
+        {"DSA public", encode([&](uint8_t *o) { return E_ASN1_PutDSAPublicKey(&dsa, o); }), [&](auto at, auto left) { return E_ASN1_GetDSAPublicKey(&dsa, at, left); }},
+        {"DSA params", encode([&](uint8_t *o) { return E_ASN1_PutDSAParams(&dsa, o); }), [&](auto at, auto left) { return E_ASN1_GetDSAParams(&dsa, at, left); }},
+        {"DH params", encode([&](uint8_t *o) { return E_ASN1_PutDHParams(&dh, o); }), [&](auto at, auto left) { return E_ASN1_GetDHParams(&dh, at, left); }},
+        {"KCDSA private", encode([&](uint8_t *o) { return E_ASN1_PutKCDSAPrivateKey(&kcdsa, o); }), [&](auto at, auto left) { return E_ASN1_GetKCDSAPrivateKey(&kcdsa, at, left); }},
+        {"KCDSA public", encode([&](uint8_t *o) { return E_ASN1_PutKCDSAPublicKey1(&kcdsa, o); }), [&](auto at, auto left) { return E_ASN1_GetKCDSAPublicKey1(&kcdsa, at, left); }},
+        {"KCDSA params", encode([&](uint8_t *o) { return E_ASN1_PutKCDSAParams(&kcdsa, o); }), [&](auto at, auto left) { return E_ASN1_GetKCDSAParams1(&kcdsa, at, left); }},
         {"KCDSA parameters", derWrap(V_ASN1_SEQUENCE, cat({fromHex("020103 020105 020107 020109"), derWrap(V_ASN1_SEQUENCE, cat({derWrap(V_ASN1_BIT_STRING, cat({{0}, Bytes(20, 0x42)})), fromHex("020401020304")}))})),
          [&](auto at, auto left) { return E_ASN1_GetParameters_KCDSA(&kcdsa, at, left); }},
-        {"KCDSA key", bytesOf([&](uint8_t *o) { return E_ASN1_PutKCDSAPrivateKey(&kcdsa, o); }), [&](auto at, auto left) { return E_ASN1_GetKey_KCDSA(&kcdsa, at, left); }},
+        {"KCDSA key", encode([&](uint8_t *o) { return E_ASN1_PutKCDSAPrivateKey(&kcdsa, o); }), [&](auto at, auto left) { return E_ASN1_GetKey_KCDSA(&kcdsa, at, left); }},
         {"KCDSA public BIT STRING", derWrap(V_ASN1_BIT_STRING, cat({{0}, derInteger(DSA_get0_pub_key(d))})), [&](auto at, auto left) { return E_ASN1_GetEncPublicKey_KCDSA(&kcdsa, at, left); }},
         {"KCDSA private OCTET STRING", derWrap(V_ASN1_OCTET_STRING, derInteger(DSA_get0_priv_key(d))), [&](auto at, auto left) { return E_ASN1_GetEncPrivateKey_KCDSA(&kcdsa, at, left); }},
         {"KCDSA signature", signature, [&](auto at, auto left) { return rLength = sizeof r, E_ASN1_GetSignRS_KCDSA(r, &rLength, &s, at, left); }},

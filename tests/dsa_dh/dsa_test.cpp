@@ -15,35 +15,20 @@ namespace {
 using dltest::Mpz;
 using vctest::Bytes;
 
-struct Key {
-    dltest::Domain d;
-    Mpz x, y;
-    DsaKey rec;
-    Key() {
-        std::memset(&rec, 0, sizeof rec);
-        E_DSA_Init(&rec);
-    }
-    void load() {
-        dltest::setNum(&rec.p, d.p), dltest::setNum(&rec.q, d.q), dltest::setNum(&rec.g, d.g);
-        dltest::setNum(&rec.x, x), dltest::setNum(&rec.y, y);
-    }
+struct Key : dltest::Key<DsaKey, E_DSA_Init> {
     void setPrivate() {
         dltest::randomBelow(x, d.q);
         mpz_powm(y, d.g, x, d.p);
         load();
     }
-    size_t qBytes() const { return (mpz_sizeinbase(d.q, 2) + 7) / 8; }
 };
 
 // The same key as an OpenSSL DSA key (with its private value when x is set).
 EVP_PKEY *opensslKey(const Key &k, bool withPrivate) {
-    if (!withPrivate)
-        return dltest::opensslKey("DSA", {{OSSL_PKEY_PARAM_FFC_P, k.d.p}, {OSSL_PKEY_PARAM_FFC_Q, k.d.q},
-                                          {OSSL_PKEY_PARAM_FFC_G, k.d.g}, {OSSL_PKEY_PARAM_PUB_KEY, k.y}},
-                                  EVP_PKEY_PUBLIC_KEY);
     return dltest::opensslKey("DSA", {{OSSL_PKEY_PARAM_FFC_P, k.d.p}, {OSSL_PKEY_PARAM_FFC_Q, k.d.q},
                                       {OSSL_PKEY_PARAM_FFC_G, k.d.g}, {OSSL_PKEY_PARAM_PUB_KEY, k.y},
-                                      {OSSL_PKEY_PARAM_PRIV_KEY, k.x}});
+                                      {withPrivate ? OSSL_PKEY_PARAM_PRIV_KEY : nullptr, k.x}},
+                              withPrivate ? EVP_PKEY_KEYPAIR : EVP_PKEY_PUBLIC_KEY);
 }
 
 Bytes opensslSign(EVP_PKEY *key, const Bytes &h) {

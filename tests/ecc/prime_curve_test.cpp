@@ -1,10 +1,9 @@
-// Curve 7 (secp160r1): its record and every multiplication path against OpenSSL, and the fast
-// path against the affine reference ZENOR_V1_psmul on points on and off the curve.
+// Curve 7 (secp160r1): the fast path and the affine reference ZENOR_V1_psmul on points off the
+// curve against OpenSSL and against each other on degenerate points, and point validity. The
+// entry points on the curve itself are checked with the binary curves' (binary_curve_test.cpp).
 #include "ecc/ecc_test_util.h"
 
 #include "ecc/p160.h"
-#include "ecc/scalar_mul.h"
-
 
 namespace {
 
@@ -14,7 +13,6 @@ constexpr size_t kWidth = 20;
 
 struct Prime : ::testing::Test {
     EcParams params{};
-    EC_GROUP *group = EC_GROUP_new_by_curve_name(NID_secp160r1);
     Z p, a, b, n;
     uint32_t curve[18] = {};
     void SetUp() override {
@@ -27,7 +25,6 @@ struct Prime : ::testing::Test {
         ZENOR_V1_opaque8ToLongs(1, &params.b, curve + 6);
         ZENOR_V1_opaque8ToLongs(1, &params.field.p, curve + 12);
     }
-    void TearDown() override { EC_GROUP_free(group); }
 
     Bytes base() const { return Bytes(params.G.data, params.G.data + params.G.length); }
 
@@ -48,47 +45,18 @@ struct Prime : ::testing::Test {
     }
     Bytes psmul(const Bytes &point, const Z &k) { return words(point, k, false); }
     Bytes fast(const Bytes &point, const Z &k) { return words(point, k, true); }
-    Bytes exported(const Bytes &point, const Z &k) {
-        Bytes pt = point, kb = k.bytes(24), r(41);
-        const Opaque8 po = view(pt), ko = view(kb);
-        Opaque8 ro{0, r.data()};
-        EXPECT_EQ(ZENOR_V1_ScalarMultiplicationOnEllipticCurves(7, 0, &params, &ko, &po, &ro), 0);
-        EXPECT_EQ(ro.length, 41u);
-        return r;
-    }
 };
 
-// Every path on G and on random points of the curve, against EC_POINT_mul.
-TEST_F(Prime, MultiplicationsMatchOpenSsl) {
-    vctest::Rng rng(7);
-    std::vector<Bytes> points = {base()};
-    for (int i = 0; i < 3; i++) points.push_back(sslMul(group, {}, randomBits(rng, 160), kWidth));
-    for (const Bytes &point : points) {
-        for (const Z &k : testScalars(n, rng, 6)) {
-            const Bytes want = sslMul(group, point, k, kWidth);
-            const std::string label = vctest::toHex(point) + " * " + vctest::toHex(k.bytes(24));
-            EXPECT_EQ(exported(point, k), want) << label;
-            EXPECT_EQ(psmul(point, k), want) << label;
-            Bytes out(41), kb = k.bytes(24);
-            for (bool secret : {false, true}) {
-                ASSERT_EQ(vc::ecc::scalarMul(7, point.data(), 41, kb.data(), 24, out.data(), secret), 0);
-                EXPECT_EQ(out, want) << label;
-            }
-            if (point == base()) {
-                ASSERT_EQ(vc::ecc::scalarMulBase(7, kb.data(), 24, out.data(), true), 0);
-                EXPECT_EQ(out, want) << label;
-            }
-        }
-    }
-}
-
 // A point (x, y) off the curve lies on y^2 = x^3 + ax + b' with b' = y^2 - x^3 - ax, which
-// OpenSSL can build; the fast path and psmul must both give its multiples.
+// OpenSSL can build; the fast path and psmul must both give its multiples. The first point is G
+// (b' = b), where the scalars around n reach infinity.
 TEST_F(Prime, OffCurvePointsMultiplyOnTheirOwnCurve) {
     vctest::Rng rng(11);
     BN_CTX *ctx = BN_CTX_new();
+    const Bytes g = base();
     for (int i = 0; i < 6; i++) {
-        const Z x = mod(randomBits(rng, 160), p), y = mod(randomBits(rng, 160), p);
+        const Z x = i ? mod(randomBits(rng, 160), p) : Z::fromBytes(g.data() + 1, kWidth);
+        const Z y = i ? mod(randomBits(rng, 160), p) : Z::fromBytes(g.data() + 1 + kWidth, kWidth);
         const Z bPrime = mod(y * y - x * x * x - a * x, p);
         BIGNUM *bp = bn(p), *ba = bn(mod(a, p)), *bb = bn(bPrime);
         EC_GROUP *own = EC_GROUP_new_curve_GFp(bp, ba, bb, ctx);
@@ -128,42 +96,26 @@ TEST_F(Prime, FastPathEqualsPsmulOnDegeneratePoints) {
         for (const Z &k : testScalars(n, rng, 2)) EXPECT_EQ(fast(point, k), psmul(point, k)) << vctest::toHex(point);
 }
 
-TEST_F(Prime, BaseOrderAndValidity) {
-    Bytes g = base();
-    EXPECT_EQ(exported(g, n), infinity(kWidth));
-    EXPECT_EQ(ECC_BaseOrderExpTest(7), 1);
-    EXPECT_EQ(ECC_BaseOrderExpTest(8), -2);
-    Opaque8 o = view(g);
-    EXPECT_EQ(ZENOR_V1_IsValidPoint(7, &params, &o), 1);
-    Bytes bad = g;
-    bad[40] ^= 1;
-    o = view(bad);
-    EXPECT_EQ(ZENOR_V1_IsValidPoint(7, &params, &o), -3);
-    // Range: p itself passes to the curve check, p + 1 does not.
-    Bytes atP = encode(p, Z(1), kWidth), aboveP = encode(p + Z(1), Z(1), kWidth);
-    o = view(atP);
-    EXPECT_EQ(ZENOR_V1_IsValidPoint(7, &params, &o), -3);
-    o = view(aboveP);
-    EXPECT_EQ(ZENOR_V1_IsValidPoint(7, &params, &o), -2);
-    // x = p stands for x = 0: with y a square root of b the point is valid.
-    Z root;
-    Z e = mod(p + Z(1), p);
+TEST_F(Prime, PointValidity) {
+    const Bytes g = base();
+    // x = p stands for x = 0: with y a square root of b (p = 3 mod 4) the point is valid.
+    Z root, e;
     mpz_fdiv_q_2exp(e.v, (p + Z(1)).v, 2);
     mpz_powm(root.v, b.v, e.v, p.v);
-    if (mod(root * root, p) == mod(b, p)) {
-        Bytes zeroX = encode(p, root, kWidth);
-        o = view(zeroX);
-        EXPECT_EQ(ZENOR_V1_IsValidPoint(7, &params, &o), 1);
-    }
-    Bytes longer = g;
+    Bytes bad = g, longer = g;
+    bad[40] ^= 1;
     longer.push_back(0);
-    o = view(longer);
-    EXPECT_EQ(ZENOR_V1_IsValidPoint(7, &params, &o), -2);
-    Bytes inf = infinity(kWidth);
-    o = view(inf);
-    EXPECT_EQ(ZENOR_V1_IsValidPoint(7, &params, &o), -1);
-    o.length = 0;
-    EXPECT_EQ(ZENOR_V1_IsValidPoint(7, &params, &o), -1);
+    // Range: p itself passes to the curve check, p + 1 does not.
+    std::vector<std::pair<Bytes, int>> cases = {
+        {g, 1},  {bad, -3}, {encode(p, Z(1), kWidth), -3},
+        {encode(p + Z(1), Z(1), kWidth), -2}, {longer, -2}, {infinity(kWidth), -1}, {{}, -1},
+    };
+    if (mod(root * root, p) == mod(b, p)) cases.push_back({encode(p, root, kWidth), 1});
+    for (const auto &[point, result] : cases) {
+        Bytes held = point;
+        const Opaque8 o = view(held);
+        EXPECT_EQ(ZENOR_V1_IsValidPoint(7, &params, &o), result) << vctest::toHex(point);
+    }
 }
 
 }  // namespace

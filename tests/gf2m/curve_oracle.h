@@ -1,6 +1,6 @@
 // OpenSSL's view of the binary curves for the tests: its built-in groups, conversions between
-// its numbers and our words, and an affine double-and-add over its GF(2^m) arithmetic
-// (BN_GF2m_*) that models our multiplication on any point and any pentanomial.
+// its numbers and our words, and our multiplication on any point and any pentanomial modelled
+// on the curve OpenSSL builds through that point.
 #pragma once
 
 #include <openssl/bn.h>
@@ -37,7 +37,7 @@ Group groupOf(int curveId);
 // k * P by OpenSSL's EC_POINT_mul; infinity as all-zero words.
 Words12 opensslMul(const EC_GROUP *g, const Words12 &p, const Words6 &k);
 
-// The affine double-and-add with the b-free formulas in GF(2^m) reduced by `field`.
+// k * P on the curve of `field` and `a` through P (all-zero P: infinity), by OpenSSL.
 Words12 modelMul(const vc::ecc::BinaryField &field, const Words6 &a, const Words12 &p, const Words6 &k);
 
 }  // namespace gf2mtest

@@ -1,5 +1,5 @@
-// The built-in binary curves' constants against OpenSSL's copies, the polynomial text form and
-// the curve equation.
+// The built-in binary curves' names and polynomials against OpenSSL's, the polynomial text form
+// and the curve equation.
 #include <gtest/gtest.h>
 #include <openssl/obj_mac.h>
 #include <openssl/objects.h>
@@ -25,9 +25,9 @@ const Named kNamed[] = {
     {22, NID_X9_62_c2pnb163v3, "163;7;6;3;0"},
 };
 
-Bn bn21(const uint8_t b[21]) { return bnOfBytes(b, 21); }
-
-TEST(BinaryCurves, ConstantsMatchOpenSsl) {
+// Names and polynomials against OpenSSL's curves; the other constants reach the records of
+// E_ECParams_Init, which tests/ecc compares with OpenSSL's copies.
+TEST(BinaryCurves, NamesAndPolynomials) {
     for (const Named &c : kNamed) {
         SCOPED_TRACE(c.id);
         const vc::ecc::BinaryCurveConstants *k = vc::ecc::binaryCurveConstants(c.id);
@@ -35,28 +35,13 @@ TEST(BinaryCurves, ConstantsMatchOpenSsl) {
         EXPECT_STREQ(k->name, OBJ_nid2sn(c.nid));
         EXPECT_STREQ(k->polynomial, c.polynomial);
         Group g(EC_GROUP_new_by_curve_name(c.nid));
-        ASSERT_TRUE(g);
-        Bn p(BN_new()), a(BN_new()), b(BN_new()), x(BN_new()), y(BN_new());
-        ASSERT_EQ(EC_GROUP_get_curve(g.get(), p.get(), a.get(), b.get(), nullptr), 1);
-        EXPECT_EQ(BN_cmp(a.get(), bn21(k->a).get()), 0);
-        EXPECT_EQ(BN_cmp(b.get(), bn21(k->b).get()), 0);
-        EC_POINT_get_affine_coordinates(g.get(), EC_GROUP_get0_generator(g.get()), x.get(), y.get(), nullptr);
-        EXPECT_EQ(BN_cmp(x.get(), bn21(k->gx).get()), 0);
-        EXPECT_EQ(BN_cmp(y.get(), bn21(k->gy).get()), 0);
-        EXPECT_EQ(BN_cmp(EC_GROUP_get0_order(g.get()), bn21(k->n).get()), 0);
-        EXPECT_TRUE(BN_is_word(EC_GROUP_get0_cofactor(g.get()), k->h));
-        if (EC_GROUP_get_seed_len(g.get()) != 0) {
-            ASSERT_EQ(EC_GROUP_get_seed_len(g.get()), k->seedLength);
-            EXPECT_EQ(std::memcmp(EC_GROUP_get0_seed(g.get()), k->seed, 20), 0);
-        }
         int poly[6];
-        ASSERT_EQ(BN_GF2m_poly2arr(p.get(), poly, 6), 6);  // five terms and the -1 terminator
-        const BinaryField ours{163, uint32_t(poly[1]), uint32_t(poly[2]), uint32_t(poly[3])};
+        ASSERT_EQ(BN_GF2m_poly2arr(EC_GROUP_get0_field(g.get()), poly, 6), 6);  // five terms, -1
+        const BinaryField theirs{163, uint32_t(poly[1]), uint32_t(poly[2]), uint32_t(poly[3])};
         BinaryField parsed;
         ASSERT_TRUE(vc::ecc::parseBinaryField(k->polynomial, &parsed));
-        EXPECT_EQ(std::memcmp(&parsed, &ours, sizeof ours) == 0, c.id < 21);
+        EXPECT_EQ(std::memcmp(&parsed, &theirs, sizeof theirs) == 0, c.id < 21);
     }
-    EXPECT_EQ(vc::ecc::binaryCurveConstants(3)->seedLength, 0u);
     for (int id : {0, 4, 7, 20, 23, -1}) EXPECT_EQ(vc::ecc::binaryCurveConstants(id), nullptr);
 }
 

@@ -1,5 +1,5 @@
 // binaryScalarMul against OpenSSL's EC_POINT_mul on the curves OpenSSL has (ids 3, 5, 11), and
-// against the affine double-and-add model for ids 21 and 22 and for points off their curve.
+// against OpenSSL on the curve through the point for ids 21 and 22 and for points off their curve.
 // Every case runs the constant-time and the variable-time path, and the built-in base-point
 // method where the point is G.
 #include <gtest/gtest.h>
@@ -131,11 +131,11 @@ TEST(BinaryScalarMul, MatchesOpenSsl) {
     }
 }
 
-// Ids 21 and 22 (base points off their curve) and off-curve points on every curve follow the
-// affine double-and-add; so do infinity and the points with x = 0, and a curve of another id
+// Ids 21 and 22 (base points off their curve) and off-curve points on every curve multiply on
+// the curve through the point; so do infinity and the points with x = 0, and a curve of another id
 // over a field of the generic reduction (id 0 below: x^131 + x^8 + x^3 + x^2 + 1, id 3's
 // constants cut to 131 bits).
-TEST(BinaryScalarMul, MatchesAffineModelOffTheCurve) {
+TEST(BinaryScalarMul, MatchesCurveThroughThePoint) {
     vctest::Rng rng(21);
     for (int id : {3, 5, 11, 21, 22, 0}) {
         Curve c = curveOf(id == 0 ? 3 : id);

@@ -74,7 +74,8 @@ inline EVP_PKEY *opensslKey(const char *type, std::initializer_list<std::pair<co
                             int selection = EVP_PKEY_KEYPAIR) {
     OSSL_PARAM_BLD *b = OSSL_PARAM_BLD_new();
     std::vector<BIGNUM *> bns;
-    for (auto [name, z] : numbers) OSSL_PARAM_BLD_push_BN(b, name, bns.emplace_back(toBn(z)));
+    for (auto [name, z] : numbers)  // a null name skips the number
+        if (name != nullptr) OSSL_PARAM_BLD_push_BN(b, name, bns.emplace_back(toBn(z)));
     OSSL_PARAM *params = OSSL_PARAM_BLD_to_param(b);
     EVP_PKEY_CTX *ctx = EVP_PKEY_CTX_new_from_name(nullptr, type, nullptr);
     EVP_PKEY *key = nullptr;
@@ -158,6 +159,22 @@ inline void makeDomain(Domain &d, unsigned pBits, unsigned qBits) {
         mpz_powm(d.g, h, t, d.p);
     } while (cmpUi(d.g, 1) <= 0);
 }
+
+// A record made ready by `init` (E_DSA_Init, E_KCDSA_Init), with its numbers in GMP.
+template <typename Rec, void (*Init)(Rec *)>
+struct Key {
+    Domain d;
+    Mpz x, y;
+    Rec rec;
+    Key() {
+        std::memset(&rec, 0, sizeof rec);
+        Init(&rec);
+    }
+    void load() {
+        setNum(&rec.p, d.p), setNum(&rec.q, d.q), setNum(&rec.g, d.g), setNum(&rec.x, x), setNum(&rec.y, y);
+    }
+    size_t qBytes() const { return (mpz_sizeinbase(d.q, 2) + 7) / 8; }
+};
 
 // A private value in 1 ... q - 1.
 inline void randomBelow(mpz_ptr x, mpz_srcptr q) {

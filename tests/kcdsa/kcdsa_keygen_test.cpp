@@ -9,14 +9,6 @@ namespace {
 
 using namespace kcdsatest;
 
-struct Record {
-    KcdsaKey k;
-    Record() {
-        std::memset(&k, 0, sizeof k);
-        E_KCDSA_Init(&k);
-    }
-};
-
 // y = g^(x^-1 mod q) mod p, x not zero mod q (below q when `reduced`).
 void expectPair(const KcdsaKey &k, bool reduced = true) {
     Mpz p, q, g, x, u, y;
@@ -30,65 +22,65 @@ void expectPair(const KcdsaKey &k, bool reduced = true) {
 }
 
 TEST(KcdsaKeygen, FreshDomainAndPair) {
-    Record r;
-    ASSERT_EQ(E_KCDSA_GenerateKey(&r.k, 512, 160), 1);
-    dltest::expectDomain(&r.k.p, &r.k.q, &r.k.g, 512, 160);
-    expectPair(r.k);
+    Key r;  // a fresh record (E_KCDSA_Init); its GMP half stays unused
+    ASSERT_EQ(E_KCDSA_GenerateKey(&r.rec, 512, 160), 1);
+    dltest::expectDomain(&r.rec.p, &r.rec.q, &r.rec.g, 512, 160);
+    expectPair(r.rec);
     // New x and y on the same domain.
     Mpz p0, x0;
-    bntest::toMpz(p0, &r.k.p), bntest::toMpz(x0, &r.k.x);
-    ASSERT_EQ(E_KCDSA_GenerateXY(&r.k, 0, 160), 1);
-    EXPECT_TRUE(dltest::equal(&r.k.p, p0));
-    EXPECT_FALSE(dltest::equal(&r.k.x, x0));
-    expectPair(r.k);
+    bntest::toMpz(p0, &r.rec.p), bntest::toMpz(x0, &r.rec.x);
+    ASSERT_EQ(E_KCDSA_GenerateXY(&r.rec, 0, 160), 1);
+    EXPECT_TRUE(dltest::equal(&r.rec.p, p0));
+    EXPECT_FALSE(dltest::equal(&r.rec.x, x0));
+    expectPair(r.rec);
 }
 
 // x comes from the X9.31 generator run on the caller's seeds with q reducing each step: reduced
 // mod q by GenerateKey2, kept as drawn by GenerateKey3 (on the record's domain).
 TEST(KcdsaKeygen, X931Pairs) {
-    Record r;
+    Key r;
     uint8_t seed1[20], seed2[20], again[20];
     for (int i = 0; i < 20; i++) seed1[i] = uint8_t(0xA0 + i), seed2[i] = uint8_t(i * 7);
     std::memcpy(again, seed1, 20);
     uint32_t len1 = 0, len2 = 0;
-    ASSERT_EQ(E_KCDSA_GenerateKey2(&r.k, 512, 160, seed1, &len1, seed2, &len2), 1);
+    ASSERT_EQ(E_KCDSA_GenerateKey2(&r.rec, 512, 160, seed1, &len1, seed2, &len2), 1);
     EXPECT_EQ(len1, 20u);
     EXPECT_EQ(len2, 20u);
-    dltest::expectDomain(&r.k.p, &r.k.q, &r.k.g, 512, 160);
-    expectPair(r.k);
+    dltest::expectDomain(&r.rec.p, &r.rec.q, &r.rec.g, 512, 160);
+    expectPair(r.rec);
 
     uint8_t q[20], out[20];
-    const uint32_t qLen = EN_ENUMToBytes(&r.k.q, q);
+    const uint32_t qLen = EN_ENUMToBytes(&r.rec.q, q);
     uint32_t keyLen = 20;
     E_X9_31RandomBytes2(out, 20, again, &keyLen, seed2, 20, q, qLen);
     EXPECT_EQ(Bytes(again, again + 20), Bytes(seed1, seed1 + 20));  // seed1 advanced alike
     Mpz R, Q;
     dltest::fromBytes(R, out, 20);
-    bntest::toMpz(Q, &r.k.q);
+    bntest::toMpz(Q, &r.rec.q);
     mpz_mod(R, R, Q);
-    EXPECT_TRUE(dltest::equal(&r.k.x, R));
+    EXPECT_TRUE(dltest::equal(&r.rec.x, R));
 
     // GenerateKey3 keeps x as drawn; draw until it is at least q, to see that it is not reduced.
     Mpz x;
     do {
         std::memcpy(again, seed1, 20);
-        ASSERT_EQ(E_KCDSA_GenerateKey3(&r.k, 0, 160, seed1, &len1, nullptr, &len2), 1);
+        ASSERT_EQ(E_KCDSA_GenerateKey3(&r.rec, 0, 160, seed1, &len1, nullptr, &len2), 1);
         keyLen = 20;
         E_X9_31RandomBytes2(out, 20, again, &keyLen, nullptr, 0, q, qLen);
         dltest::fromBytes(x, out, 20);
-        EXPECT_TRUE(dltest::equal(&r.k.x, x));
-        expectPair(r.k, false);
+        EXPECT_TRUE(dltest::equal(&r.rec.x, x));
+        expectPair(r.rec, false);
     } while (mpz_cmp(x, Q) < 0);
 }
 
 // The seeded search: the marks on standard output, and p, q, g rebuilt by GMP from the seed,
 // count, counter and h that it reports.
 TEST(KcdsaKeygen, SeededDomain) {
-    Record r;
+    Key r;
     uint8_t seed[20], h[200];
     uint32_t seedLen = 0, count = 0, counter = 0, hLen = 0;
     testing::internal::CaptureStdout();
-    ASSERT_EQ(E_KCDSA_GenerateX9Key(&r.k, 1024, 160, seed, &seedLen, &count, &counter, h, &hLen), 1);
+    ASSERT_EQ(E_KCDSA_GenerateX9Key(&r.rec, 1024, 160, seed, &seedLen, &count, &counter, h, &hLen), 1);
     const std::string marks = testing::internal::GetCapturedStdout();
     // (2+d)+3+: candidates, the end of each search, private-key draws.
     const size_t threes = marks.find('3');
@@ -98,8 +90,8 @@ TEST(KcdsaKeygen, SeededDomain) {
     EXPECT_EQ(marks[0], '2');
     EXPECT_EQ(marks[threes - 1], 'd');
     EXPECT_EQ(marks.find("dd"), std::string::npos);
-    dltest::expectDomain(&r.k.p, &r.k.q, &r.k.g, 1024, 160);
-    expectPair(r.k);
+    dltest::expectDomain(&r.rec.p, &r.rec.q, &r.rec.g, 1024, 160);
+    expectPair(r.rec);
     ASSERT_LE(seedLen, 20u);
     ASSERT_GE(count, 1u);
     ASSERT_LT(count, 4096u);
@@ -121,13 +113,13 @@ TEST(KcdsaKeygen, SeededDomain) {
     mpz_mul(p, J, q);
     mpz_mul_2exp(p, p, 1);
     mpz_add_ui(p, p, 1);
-    EXPECT_TRUE(dltest::equal(&r.k.q, q));
-    EXPECT_TRUE(dltest::equal(&r.k.p, p));
+    EXPECT_TRUE(dltest::equal(&r.rec.q, q));
+    EXPECT_TRUE(dltest::equal(&r.rec.p, p));
     dltest::fromBytes(hv, h, hLen);
     mpz_sub_ui(t, p, 1);
     mpz_divexact(t, t, q);
     mpz_powm(g, hv, t, p);
-    EXPECT_TRUE(dltest::equal(&r.k.g, g));
+    EXPECT_TRUE(dltest::equal(&r.rec.g, g));
 }
 
 // The built-in set: valid by GMP, its DER (read by OpenSSL) exactly 290 bytes and the same
@@ -140,31 +132,31 @@ TEST(KcdsaKeygen, BuiltInParameters) {
     EVP_PKEY *params = d2i_KeyParams(EVP_PKEY_DSA, nullptr, &at, long(der.size()));
     ASSERT_NE(params, nullptr);
     EXPECT_EQ(at, der.data() + der.size());
-    Record r;
-    ASSERT_EQ(E_KCDSA_GenerateKey_fixParam(&r.k, 0, 160), 1);
-    dltest::expectDomain(&r.k.p, &r.k.q, &r.k.g, 1024, 160);
-    for (auto [name, e] : {std::pair<const char *, const ENUM *>{OSSL_PKEY_PARAM_FFC_P, &r.k.p},
-                           {OSSL_PKEY_PARAM_FFC_Q, &r.k.q}, {OSSL_PKEY_PARAM_FFC_G, &r.k.g}}) {
+    Key r;
+    ASSERT_EQ(E_KCDSA_GenerateKey_fixParam(&r.rec, 0, 160), 1);
+    dltest::expectDomain(&r.rec.p, &r.rec.q, &r.rec.g, 1024, 160);
+    for (auto [name, e] : {std::pair<const char *, const ENUM *>{OSSL_PKEY_PARAM_FFC_P, &r.rec.p},
+                           {OSSL_PKEY_PARAM_FFC_Q, &r.rec.q}, {OSSL_PKEY_PARAM_FFC_G, &r.rec.g}}) {
         Mpz v;
         EXPECT_TRUE(dltest::keyParam(params, name, v));
         EXPECT_TRUE(dltest::equal(e, v)) << name;
     }
     EVP_PKEY_free(params);
-    expectPair(r.k);
+    expectPair(r.rec);
 }
 
 // Sizes the generators cannot serve are refused at once, the record untouched.
 TEST(KcdsaKeygen, RefusedSizes) {
-    Record r;
+    Key r;
     uint8_t seed[20] = {1}, out[200];
     uint32_t l[4] = {};
-    EXPECT_EQ(E_KCDSA_GenerateKey(&r.k, 512, 8) + E_KCDSA_GenerateKey(&r.k, 160, 160) +
-                  E_KCDSA_GenerateKey(&r.k, 2432, 160) + E_KCDSA_GenerateKey2(&r.k, 512, 160, nullptr, l, seed, l) +
-                  E_KCDSA_GenerateKey3(&r.k, 0, 160, seed, l, seed, l) + E_KCDSA_GenerateXY(&r.k, 0, 160) +
-                  E_KCDSA_GenerateKey_fixParam(&r.k, 0, 0) +
-                  E_KCDSA_GenerateX9Key(&r.k, 1, 160, seed, l, l + 1, l + 2, out, l + 3),
+    EXPECT_EQ(E_KCDSA_GenerateKey(&r.rec, 512, 8) + E_KCDSA_GenerateKey(&r.rec, 160, 160) +
+                  E_KCDSA_GenerateKey(&r.rec, 2432, 160) + E_KCDSA_GenerateKey2(&r.rec, 512, 160, nullptr, l, seed, l) +
+                  E_KCDSA_GenerateKey3(&r.rec, 0, 160, seed, l, seed, l) + E_KCDSA_GenerateXY(&r.rec, 0, 160) +
+                  E_KCDSA_GenerateKey_fixParam(&r.rec, 0, 0) +
+                  E_KCDSA_GenerateX9Key(&r.rec, 1, 160, seed, l, l + 1, l + 2, out, l + 3),
               0);
-    EXPECT_EQ(l[0] + l[1] + l[2] + l[3] + uint32_t(r.k.p.length + r.k.q.length + r.k.x.length), 0u);
+    EXPECT_EQ(l[0] + l[1] + l[2] + l[3] + uint32_t(r.rec.p.length + r.rec.q.length + r.rec.x.length), 0u);
 }
 
 }  // namespace

@@ -29,14 +29,7 @@ inline Bytes hashById(uint32_t id, const Bytes &m) {
 }
 
 // A key on a domain, in a record and in GMP.
-struct Key {
-    dltest::Domain d;
-    Mpz x, y;
-    KcdsaKey rec;
-    Key() {
-        std::memset(&rec, 0, sizeof rec);
-        E_KCDSA_Init(&rec);
-    }
+struct Key : dltest::Key<KcdsaKey, E_KCDSA_Init> {
     // x given (or random), y = g^(x^-1 mod q) mod p.
     void setPrivate(mpz_srcptr xv = nullptr) {
         if (xv != nullptr)
@@ -47,13 +40,6 @@ struct Key {
         mpz_invert(u, x, d.q);
         mpz_powm(y, d.g, u, d.p);
         load();
-    }
-    void load() {
-        dltest::setNum(&rec.p, d.p);
-        dltest::setNum(&rec.q, d.q);
-        dltest::setNum(&rec.g, d.g);
-        dltest::setNum(&rec.x, x);
-        dltest::setNum(&rec.y, y);
     }
 };
 
