@@ -19,12 +19,6 @@ const struct Mode {
               {CSP_MODE_CFB, "CFB", GCRY_CIPHER_MODE_CFB},
               {CSP_MODE_OFB, "OFB", GCRY_CIPHER_MODE_OFB}};
 
-Bytes pkcs7(Bytes b) {
-    const size_t n = 8 - b.size() % 8;
-    b.insert(b.end(), n, uint8_t(n));
-    return b;
-}
-
 // RC5-32/12 in the four modes, written from the mode definitions over the single-block
 // function (whose correctness the cipher tests establish).
 Bytes rc5Model(const CipherSetup &s, const Bytes &in) {
@@ -48,7 +42,7 @@ Bytes rc5Model(const CipherSetup &s, const Bytes &in) {
 Bytes expected(const vcp::Cipher &c, const Mode &mode, const CipherSetup &s, const Bytes &plain) {
     const bool padded = s.padding < 0 ? s.mode == CSP_MODE_ECB || s.mode == CSP_MODE_CBC
                                       : s.padding != CSP_PADDING_NONE;
-    const Bytes in = padded ? pkcs7(plain) : plain;
+    const Bytes in = padded ? vctest::pkcsPad(plain, 8) : plain;
     if (c.algorithm == CSP_ALG_IDEA)
         return vctest::gcrypt(GCRY_CIPHER_IDEA, mode.gcrypt, true, s.key, Bytes(s.iv.begin(), s.iv.begin() + std::min<long>(8, long(s.iv.size()))), in);
     if (c.algorithm == CSP_ALG_RC5) return rc5Model(s, in);
@@ -151,7 +145,7 @@ TEST(ProviderCipher, ReasonCodes) {
     ASSERT_EQ(CSP_EncryptDataUpdate(0, &h, &input, 1, &output, 1, &written), 0);
     EXPECT_REASON(CSP_EncryptDataFinal(0, &h, &shortIv), CSP_ERR_OUTPUT_SHORT);
     ASSERT_EQ(CSP_EncryptDataFinal(0, &h, &last), 0);
-    EXPECT_EQ(Bytes(out.begin(), out.begin() + 24), vctest::evp("DES-ECB", true, s.key, {}, pkcs7(in)));
+    EXPECT_EQ(Bytes(out.begin(), out.begin() + 24), vctest::evp("DES-ECB", true, s.key, {}, vctest::pkcsPad(in, 8)));
     EXPECT_REASON(CSP_EncryptDataFinal(0, &h, &last), CSP_ERR_STATE);
 }
 
