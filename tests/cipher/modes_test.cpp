@@ -9,37 +9,25 @@
 
 namespace ctest {
 
-#define VCT_BLOCK(P)                                                           \
-    o.enc = [s](uint8_t *b) { E_##P##_Encrypt(b, s.get()); };                  \
+#define VCT_BLOCK(P)                                                  \
+    o.enc = [s](uint8_t *b) { E_##P##_Encrypt(b, s.get()); };         \
     o.dec = [s](uint8_t *b) { E_##P##_Decrypt(b, s.get()); };
-#define VCT_CBC(P, SUFFIX, E, D)                                                       \
-    o.E = [s](const uint8_t *i, uint8_t *u, uint32_t n, const uint8_t *v) {           \
-        E_##P##_CBC_Encrypt##SUFFIX(i, u, s.get(), n, v);                              \
-    };                                                                                 \
-    o.D = [s](const uint8_t *i, uint8_t *u, uint32_t n, const uint8_t *v) {           \
-        E_##P##_CBC_Decrypt##SUFFIX(i, u, s.get(), n, v);                              \
-    };
+#define VCT_CBC(P, SUFFIX, E, D)                                                                                   \
+    o.E = [s](const uint8_t *i, uint8_t *u, uint32_t n, const uint8_t *v) { E_##P##_CBC_Encrypt##SUFFIX(i, u, s.get(), n, v); }; \
+    o.D = [s](const uint8_t *i, uint8_t *u, uint32_t n, const uint8_t *v) { E_##P##_CBC_Decrypt##SUFFIX(i, u, s.get(), n, v); };
 // ECB, CBC, CFB and OFB; `NUM` is the OFB num argument (dropped by the 128/DES forms), `UNIT`
 // the OFB length units per byte.
-#define VCT_MODES(P, NUM, UNIT)                                                                   \
-    VCT_BLOCK(P) VCT_CBC(P, , cbcE, cbcD);                                                        \
-    o.ecbE = [s](const uint8_t *i, uint8_t *u, uint32_t n) {                                      \
-        E_##P##_ECB_Encrypt(i, u, s.get(), n);                                                    \
-    };                                                                                            \
-    o.ecbD = [s](const uint8_t *i, uint8_t *u, uint32_t n) {                                      \
-        E_##P##_ECB_Decrypt(i, u, s.get(), n);                                                    \
-    };                                                                                            \
-    o.cfbE = [s](const uint8_t *i, uint8_t *u, int32_t b, uint32_t n, uint8_t *v) {               \
-        E_##P##_CFB_Encrypt(i, u, s.get(), b, n, v);                                              \
-    };                                                                                            \
-    o.cfbD = [s](const uint8_t *i, uint8_t *u, int32_t b, uint32_t n, uint8_t *v) {               \
-        E_##P##_CFB_Decrypt(i, u, s.get(), b, n, v);                                              \
-    };                                                                                            \
-    o.ofbE = [s](const uint8_t *i, uint8_t *u, int32_t b, uint32_t n, uint8_t *v, int32_t *num) { \
-        (void)num, E_##P##_OFB_Encrypt(i, u, s.get(), b, n * (UNIT), v NUM);                      \
-    };                                                                                            \
-    o.ofbD = [s](const uint8_t *i, uint8_t *u, int32_t b, uint32_t n, uint8_t *v, int32_t *num) { \
-        (void)num, E_##P##_OFB_Decrypt(i, u, s.get(), b, n * (UNIT), v NUM);                      \
+#define VCT_MODES(P, NUM, UNIT)                                                                                    \
+    VCT_BLOCK(P) VCT_CBC(P, , cbcE, cbcD);                                                                         \
+    o.ecbE = [s](const uint8_t *i, uint8_t *u, uint32_t n) { E_##P##_ECB_Encrypt(i, u, s.get(), n); };             \
+    o.ecbD = [s](const uint8_t *i, uint8_t *u, uint32_t n) { E_##P##_ECB_Decrypt(i, u, s.get(), n); };             \
+    o.cfbE = [s](const uint8_t *i, uint8_t *u, int32_t b, uint32_t n, uint8_t *v) { E_##P##_CFB_Encrypt(i, u, s.get(), b, n, v); }; \
+    o.cfbD = [s](const uint8_t *i, uint8_t *u, int32_t b, uint32_t n, uint8_t *v) { E_##P##_CFB_Decrypt(i, u, s.get(), b, n, v); }; \
+    o.ofbE = [s](const uint8_t *i, uint8_t *u, int32_t b, uint32_t n, uint8_t *v, int32_t *num) {                  \
+        (void)num, E_##P##_OFB_Encrypt(i, u, s.get(), b, n * (UNIT), v NUM);                                       \
+    };                                                                                                             \
+    o.ofbD = [s](const uint8_t *i, uint8_t *u, int32_t b, uint32_t n, uint8_t *v, int32_t *num) {                  \
+        (void)num, E_##P##_OFB_Decrypt(i, u, s.get(), b, n * (UNIT), v NUM);                                      \
     };
 #define VCT_NUM , num
 

@@ -1,4 +1,4 @@
-// Helpers for the provider tests: context and key records, staged cipher calls, OpenSSL oracles.
+// Helpers for the provider tests: context and key records, staged cipher calls.
 #pragma once
 
 #include <vorelcrypto/vorelcrypto.h>
@@ -149,12 +149,5 @@ inline Bytes crypt(CipherContext &c, bool encrypt, const Bytes &data, const std:
     std::free(rest.Data);
     return result;
 }
-
-// OpenSSL's cipher `name` over `in` without padding (RC2 with `rc2Bits` effective bits).
-inline Bytes opensslCipher(const std::string &name, const Bytes &key, const Bytes &iv, const Bytes &in,
-                           uint32_t rc2Bits = 0) {
-    return vctest::evp(name.c_str(), true, key, iv, in, false, int(rc2Bits));
-}
-using vctest::digest;
 
 }  // namespace vcp

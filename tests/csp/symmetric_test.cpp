@@ -19,24 +19,6 @@ const struct Mode {
               {CSP_MODE_CFB, "CFB", GCRY_CIPHER_MODE_CFB},
               {CSP_MODE_OFB, "OFB", GCRY_CIPHER_MODE_OFB}};
 
-Bytes pkcs7(Bytes b) {
-    const size_t n = 8 - b.size() % 8;
-    b.insert(b.end(), n, uint8_t(n));
-    return b;
-}
-
-Bytes gcryptIdea(const Mode &mode, const CipherSetup &s, const Bytes &in) {
-    static const bool ready = gcry_check_version(nullptr) && gcry_control(GCRYCTL_INITIALIZATION_FINISHED, 0) == 0;
-    gcry_cipher_hd_t h = nullptr;
-    Bytes out(in.size());
-    EXPECT_TRUE(ready && gcry_cipher_open(&h, GCRY_CIPHER_IDEA, mode.gcrypt, 0) == 0 &&
-                gcry_cipher_setkey(h, s.key.data(), s.key.size()) == 0 &&
-                (s.iv.empty() || gcry_cipher_setiv(h, s.iv.data(), 8) == 0) &&
-                (in.empty() || gcry_cipher_encrypt(h, out.data(), out.size(), in.data(), in.size()) == 0));
-    gcry_cipher_close(h);  // ignores null
-    return out;
-}
-
 // RC5-32/12 in the four modes, written from the mode definitions over the single-block
 // function (whose correctness the cipher tests establish).
 Bytes rc5Model(const CipherSetup &s, const Bytes &in) {
@@ -60,13 +42,14 @@ Bytes rc5Model(const CipherSetup &s, const Bytes &in) {
 Bytes expected(const vcp::Cipher &c, const Mode &mode, const CipherSetup &s, const Bytes &plain) {
     const bool padded = s.padding < 0 ? s.mode == CSP_MODE_ECB || s.mode == CSP_MODE_CBC
                                       : s.padding != CSP_PADDING_NONE;
-    const Bytes in = padded ? pkcs7(plain) : plain;
-    if (c.algorithm == CSP_ALG_IDEA) return gcryptIdea(mode, s, in);
+    const Bytes in = padded ? vctest::pkcsPad(plain, 8) : plain;
+    if (c.algorithm == CSP_ALG_IDEA)
+        return vctest::gcrypt(GCRY_CIPHER_IDEA, mode.gcrypt, true, s.key, Bytes(s.iv.begin(), s.iv.begin() + std::min<long>(8, long(s.iv.size()))), in);
     if (c.algorithm == CSP_ALG_RC5) return rc5Model(s, in);
     std::string name = std::string(c.openssl) + "-" + mode.suffix;
     if (c.algorithm == CSP_ALG_RC4 || name == "DES-EDE-ECB") name = c.openssl;
     const uint32_t rc2Bits = s.effectiveBits ? s.effectiveBits : uint32_t(8 * s.key.size());
-    return vcp::opensslCipher(name, s.key, s.iv, in, c.algorithm == CSP_ALG_RC2 ? rc2Bits : 0);
+    return vctest::evp(name.c_str(), true, s.key, s.iv, in, false, c.algorithm == CSP_ALG_RC2 ? int(rc2Bits) : 0);
 }
 
 uint32_t querySize(vcp::CipherContext &c, bool encrypt, size_t input) {
@@ -162,7 +145,7 @@ TEST(ProviderCipher, ReasonCodes) {
     ASSERT_EQ(CSP_EncryptDataUpdate(0, &h, &input, 1, &output, 1, &written), 0);
     EXPECT_REASON(CSP_EncryptDataFinal(0, &h, &shortIv), CSP_ERR_OUTPUT_SHORT);
     ASSERT_EQ(CSP_EncryptDataFinal(0, &h, &last), 0);
-    EXPECT_EQ(Bytes(out.begin(), out.begin() + 24), vcp::opensslCipher("DES-ECB", s.key, {}, pkcs7(in)));
+    EXPECT_EQ(Bytes(out.begin(), out.begin() + 24), vctest::evp("DES-ECB", true, s.key, {}, vctest::pkcsPad(in, 8)));
     EXPECT_REASON(CSP_EncryptDataFinal(0, &h, &last), CSP_ERR_STATE);
 }
 
@@ -191,7 +174,7 @@ TEST(ProviderCipher, LengthAndPaddingFailures) {
     for (const auto &k : cases) {
         Bytes data = vctest::fromHex(k.hex), buf(32);
         if (k.reason == CSP_ERR_BAD_PADDING)
-            data = vcp::opensslCipher("DES-CBC", raw.key, raw.iv, vctest::fromHex(std::string(32, '7') + k.hex));
+            data = vctest::evp("DES-CBC", true, raw.key, raw.iv, vctest::fromHex(std::string(32, '7') + k.hex));
         SCOPED_TRACE(k.hex);
         CspContextRecord h{};
         DataBlob in = vcp::blobsOf(data, {data.size()})[0], out{32, buf.data()}, last{0, nullptr};

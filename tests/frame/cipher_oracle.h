@@ -20,12 +20,8 @@ inline Bytes ideaGcrypt(int mode, const Bytes &key, const Bytes &iv, const Bytes
     return vctest::gcrypt(GCRY_CIPHER_IDEA, mode, true, key, mode == GCRY_CIPHER_MODE_ECB ? Bytes{} : iv, in);
 }
 
-// PKCS #5 / #7 padding, and the service's pre-padding of inputs shorter than 8 bytes.
-inline Bytes pkcsPad(Bytes m, size_t block) {
-    const size_t n = block - m.size() % block;
-    for (size_t i = 0; i < n; ++i) m.push_back(uint8_t(n));
-    return m;
-}
+using vctest::pkcsPad;
+// The service's pre-padding of inputs shorter than 8 bytes.
 inline Bytes prePad(Bytes m) { return m.size() < 8 ? pkcsPad(m, 8) : m; }
 inline Bytes head(const Bytes &b, size_t n) { return Bytes(b.begin(), b.begin() + long(n)); }
 

@@ -102,20 +102,6 @@ TEST(Common, CallocAccountingAndFaults) {
     EXPECT_EQ(live(ctx).bytes, 0u);
 }
 
-TEST(Common, GpkiTableRegistration) {
-    LibContext ctx{};
-    GpkiFunctionTable *t = V_GetGPKIFunc(&ctx);
-    ASSERT_NE(t, nullptr);
-    EXPECT_EQ(t->present, nullptr);
-    GpkiFunctionTable mine{};
-    static int marker;
-    mine.present = &marker;
-    V_SetGPKIFuncTable(&mine);
-    EXPECT_EQ(V_GetGPKIFunc(&ctx)->present, &marker);
-    V_SetGPKIFuncTable(nullptr);
-    EXPECT_EQ(V_GetGPKIFunc(&ctx)->present, nullptr);
-}
-
 TEST(Common, Str2BinAndStrtok) {
     uint8_t out[4];
     uint32_t n = sizeof out;

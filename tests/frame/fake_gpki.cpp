@@ -61,13 +61,11 @@ Module &Install() {
         auto handle = std::make_unique<Handle>();
         *h = handle.get();
         handles[*h] = std::move(handle);
-        ++g.liveHandles;
         return int32_t(0);
     };
     t.close = [](void **h) {
         g.slots.push_back(2);
         handles.erase(*h);
-        --g.liveHandles;
         return int32_t(0);
     };
     t.errorText = [](void *, int32_t size, char *text) {
@@ -81,13 +79,11 @@ Module &Install() {
         auto object = std::make_unique<GpkiBinString>(GpkiBinString{0, nullptr});
         *o = object.get();
         objects[*o] = Object{std::move(object), {}};
-        ++g.liveObjects;
         return int32_t(0);
     };
     t.deleteBinString = [](GpkiBinString **o) {
         g.slots.push_back(5);
         objects.erase(*o);
-        --g.liveObjects;
         return int32_t(0);
     };
     t.setBinString = [](const uint8_t *data, uint32_t length, GpkiBinString **o) {

@@ -17,7 +17,6 @@ struct Module {
     std::string workString;
     int algorithm = -1;
     std::vector<uint8_t> key, iv;
-    int liveObjects = 0, liveHandles = 0;
 };
 
 constexpr int kFailure = 4242;

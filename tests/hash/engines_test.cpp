@@ -123,42 +123,29 @@ Sizes randomPieces(vctest::Rng &rng, uint32_t length) {
 
 const char kAlnum[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
 const char k448[] = "abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq";
-const char k896[] = "abcdefghbcdefghicdefghijdefghijkefghijklfghijklmghijklmnhijklmnoijklmnopjklmnopqklmnopqr"
-                    "lmnopqrsmnopqrstnopqrstu";
 
 // The FIPS 180 values, the RFC 1319/1320/1321 suites, the RIPEMD-160 reference vectors and the
 // HAS-160 vectors of TTAS.KO-12.0011/R1: the engine's digest of `text` repeated `repeat` times.
+// Engines with an oracle keep one anchor here (the loop below covers their other lengths); SHA-0
+// and HAS-160, which have none, keep their whole sets.
 struct Vector {
     const char *engine, *text;
     size_t repeat;
     const char *digest;
 } const kVectors[] = {
     {"sha1", "abc", 1, "a9993e364706816aba3e25717850c26c9cd0d89d"},
-    {"sha1", k448, 1, "84983e441c3bd26ebaae4aa1f95129e5e54670f1"},
-    {"sha1", "a", 1000000, "34aa973cd4c4daa4f61eeb2bdbad27316534016f"},
     {"sha0", "abc", 1, "0164b8a914cd2a5e74c4f7ff082c4d97f1edf880"},
     {"sha0", k448, 1, "d2516ee1acfa5baf33dfc1c471e438449ef134c8"},
     {"sha0", "a", 1000000, "3232affa48628a26653b5aaa44541fd90d690603"},
     {"sha256", "abc", 1, "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"},
-    {"sha256", k448, 1, "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1"},
-    {"sha256", "a", 1000000, "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0"},
     {"sha384", "abc", 1,
      "cb00753f45a35e8bb5a03d699ac65007272c32ab0eded1631a8b605a43ff5bed8086072ba1e7cc2358baeca134c825a7"},
-    {"sha384", k896, 1,
-     "09330c33f71147e83d192fc782cd1b4753111b173b3b05d22fa08086e3b0f712fcc7c71a557e2db966c3e9fa91746039"},
     {"sha512", "abc", 1,
      "ddaf35a193617abacc417349ae20413112e6fa4e89a97ea20a9eeee64b55d39a2192992a274fc1a836ba3c23a3feebbd454d4423643ce80e2a9ac94fa54ca49f"},
-    {"sha512", "a", 1000000,
-     "e718483d0ce769644e2e42c7bc15b4638e1f98b13b2044285632a803afa973ebde0ff244877ea60a4cb0432ce577c31beb009c5c2c49aa2e4eadb217ad8cc09b"},
     {"md2", "abc", 1, "da853b0d3f88d99b30283a69e6ded6bb"},
-    {"md2", "1234567890", 8, "d5976f79d83d3a0dc9806c3c66f3efd8"},  // five whole blocks
     {"md4", "abc", 1, "a448017aaf21d8525fc10ae87aa6729d"},
-    {"md4", "1234567890", 8, "e33b4ddc9c38f2199c3e7b164fcc0536"},
     {"md5", "abc", 1, "900150983cd24fb0d6963f7d28e17f72"},
-    {"md5", "1234567890", 8, "57edf4a22be3c955ac49da2e2107b67a"},
     {"ripemd160", "abc", 1, "8eb208f7e05d987a9b044a8e98c6b087f15a0bfc"},
-    {"ripemd160", k448, 1, "12a053384a9c0c88e405a06c27dcf49ada62eb2b"},
-    {"ripemd160", "a", 1000000, "52783243c1697bdbe16d37f97f68f08325dc1528"},
     {"has160", "", 1, "307964ef34151d37c8047adec7ab50f4ff89762d"},
     {"has160", "a", 1, "4872bcbc4cd0f0a9dc7c2f7045e5b43b6c830db8"},
     {"has160", "abc", 1, "975e810488cf2a3d49838478124afce4b1c78804"},

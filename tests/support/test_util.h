@@ -16,6 +16,12 @@ Bytes fromHex(std::string_view hex);  // ignores spaces; aborts the test program
 std::string toHex(const uint8_t *data, size_t length);
 inline std::string toHex(const Bytes &b) { return toHex(b.data(), b.size()); }
 inline Bytes bytesOf(std::string_view s) { return Bytes(s.begin(), s.end()); }
+// PKCS #5 / #7 padding: 1 to `block` bytes, each holding the count.
+inline Bytes pkcsPad(Bytes m, size_t block) {
+    const size_t n = block - m.size() % block;
+    for (size_t i = 0; i < n; ++i) m.push_back(uint8_t(n));
+    return m;
+}
 
 // A seeded generator, so that a failing differential case can be replayed.
 class Rng {
