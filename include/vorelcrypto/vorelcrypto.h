@@ -11,5 +11,6 @@
 #include <vorelcrypto/cipher.h>
 #include <vorelcrypto/random.h>
 #include <vorelcrypto/prime.h>
+#include <vorelcrypto/asn1.h>
 
 #endif
