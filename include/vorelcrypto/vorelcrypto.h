@@ -11,6 +11,7 @@
 #include <vorelcrypto/cipher.h>
 #include <vorelcrypto/random.h>
 #include <vorelcrypto/prime.h>
+#include <vorelcrypto/rsa.h>
 #include <vorelcrypto/asn1.h>
 
 #endif
