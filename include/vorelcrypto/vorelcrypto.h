@@ -13,5 +13,7 @@
 #include <vorelcrypto/prime.h>
 #include <vorelcrypto/rsa.h>
 #include <vorelcrypto/asn1.h>
+#include <vorelcrypto/kcdsa.h>
+#include <vorelcrypto/dsa_dh.h>
 
 #endif
