@@ -35,6 +35,10 @@ bool parseBinaryField(const char *text, BinaryField *field);
 bool binaryOnCurve(const BinaryField &field, const uint32_t a[6], const uint32_t b[6],
                    const uint32_t x[6], const uint32_t y[6]);
 
+// z with z^2 + z = c in the field (odd m): the half-trace of c; z + 1 is the other root.
+// False when there is none (the trace of c is 1) or m is even; z is then untouched.
+bool binarySolveQuadratic(const BinaryField &field, const uint32_t c[6], uint32_t z[6]);
+
 // result = scalar * point on the curve with coefficients a and b, scalar up to 192 bits.
 // `curveId` selects the curve-specific methods (3: the Koblitz curve; 5, 11, 21, 22: the
 // general method) and `methodFlag` != 0 takes the built-in fixed-base tables of the curve's G

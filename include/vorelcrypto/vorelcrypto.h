@@ -15,5 +15,7 @@
 #include <vorelcrypto/asn1.h>
 #include <vorelcrypto/kcdsa.h>
 #include <vorelcrypto/dsa_dh.h>
+#include <vorelcrypto/ecc.h>
+#include <vorelcrypto/ec_protocols.h>
 
 #endif
