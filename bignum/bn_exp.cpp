@@ -1,10 +1,10 @@
 // Sliding-window modular exponentiation, in Montgomery form or with division.
 //
 // The Montgomery path has a second implementation on 64-bit limbs (FastMont). It runs only when
-// its steps provably produce the words that the documented 32-bit steps produce: an even number
+// its steps provably produce the words that the 32-bit reference steps produce: an even number
 // of modulus words, a non-negative reduced base, a correct nprime; each product that would take
 // a shortened reduction (fewer than nl words) is handed to EN_MontReduce itself, and squares
-// re-apply the documented carry rule.
+// re-apply the squaring carry rule (bignum/bn_internal.h) that existing results depend on.
 #include "bignum/bn_internal.h"
 
 using namespace vc::bignum;
@@ -136,7 +136,7 @@ struct FastMont {
     u64 nn[kLimbs] = {};
     u64 n0 = 0;      // -N^-1 mod 2^64
 
-    // False when the fast path cannot be shown equal to the documented one.
+    // False when the fast path cannot be shown equal to the 32-bit reference path.
     bool init(const EN_MontCtx *c) {
         ctx = c;
         const ENUM &N = c->N;
@@ -161,7 +161,7 @@ struct FastMont {
         } else {
             combaMul(t, x, y, n);
         }
-        // The documented reduction runs nl times unless t is shorter than nl words.
+        // The reference reduction runs nl times unless t is shorter than nl words.
         bool full = (t[n - 1] >> 32) != 0;
         for (int i = 2 * n - 1; !full && i >= n; i--) full = t[i] != 0;
         if (full)
@@ -206,7 +206,7 @@ struct FastMont {
         }
     }
 
-    // A short product: the documented reduction word by word on the 32-bit records.
+    // A short product: the reference reduction word by word on the 32-bit records.
     void literal(u64 *r, const u64 *t) const {
         Temp T, R;
         fromLimbs(T.w, t, 2 * nl);

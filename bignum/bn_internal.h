@@ -58,7 +58,8 @@ uint32_t mulAddWord(uint32_t *out, const uint32_t *in, int32_t n, uint32_t w);
 // out[2i], out[2i+1] = in[i]^2.
 void sqrWords(uint32_t *out, const uint32_t *in, int32_t n);
 
-// The word-at-a-time schoolbook product and square exactly as documented; the exported
+// The word-at-a-time schoolbook product and square: the reference results, which stored keys
+// and signatures depend on; the exported
 // EN_Mul/EN_Sqr take faster kernels whenever the result is provably the same.
 void mulLiteral(ENUM *r, const ENUM *a, const ENUM *b);
 void sqrLiteral(ENUM *r, const ENUM *a);
@@ -99,10 +100,10 @@ inline u64 mulAddRow(u64 *r, const u64 *a, int n, u64 b) { return row<true>(r, a
 void mul64(u64 *r, const u64 *a, int na, const u64 *b, int nb);
 // r[0..2n-1] = a^2 (r distinct from a).
 void sqr64(u64 *r, const u64 *a, int n);
-// The documented squaring adds the diagonal squares to the doubled cross products with the
+// The reference squaring adds the diagonal squares to the doubled cross products with the
 // magnitude sum's carry rule, which loses a carry where a word of the doubled cross products is
 // all ones and a carry comes in. Given the exact square s (2n 32-bit words, as limbs) of the n
-// 32-bit words of a, rewrites s to the documented result (a no-op unless a carry is lost).
+// 32-bit words of a, rewrites s to the reference result (a no-op unless a carry is lost).
 void sqrCarryRule(u64 *s, const u64 *a, int32_t n);
 inline uint32_t word32(const u64 *v, int32_t k) { return uint32_t(v[k >> 1] >> (32 * (k & 1))); }
 inline void setWord32(u64 *v, int32_t k, uint32_t x) {

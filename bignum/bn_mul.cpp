@@ -1,7 +1,7 @@
 // Word kernels, multiplication and squaring.
 //
-// The documented algorithms work one 32-bit word at a time (mulLiteral, sqrLiteral). EN_Mul and
-// EN_Sqr compute the same values on 64-bit limbs; squaring then re-applies the documented
+// The reference algorithms work one 32-bit word at a time (mulLiteral, sqrLiteral). EN_Mul and
+// EN_Sqr compute the same values on 64-bit limbs; squaring then re-applies the reference
 // carry rule of its diagonal sum, which differs from the true square only where a carry is lost.
 #include "bignum/bn_internal.h"
 

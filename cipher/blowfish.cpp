@@ -5,7 +5,7 @@
 
 #include "cipher/blowfish_pi.h"
 #include "cipher/block_modes.h"
-#include "cipher/modes64.h"
+#include "cipher/mode_exports.h"
 
 namespace vc::cipher {
 namespace {

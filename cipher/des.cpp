@@ -8,6 +8,7 @@
 #include <vorelcrypto/cipher.h>
 
 #include "cipher/block_modes.h"
+#include "cipher/mode_exports.h"
 
 namespace vc::cipher {
 namespace {
@@ -70,8 +71,6 @@ constexpr uint8_t kShifts[16] = {1, 1, 2, 2, 2, 2, 2, 2, 1, 2, 2, 2, 2, 2, 2, 1}
 constexpr unsigned kSlot[8] = {0, 7, 3, 6, 2, 5, 1, 4};
 constexpr unsigned kRotation = 7;
 
-constexpr uint32_t rotl(uint32_t x, unsigned n) { return (x << n) | (x >> ((32 - n) & 31)); }
-
 // ---- SP tables: kSp[slot][v] = P(S_j(v) in its nibble), rotated like the halves ----
 
 struct SpTables {
@@ -86,7 +85,7 @@ constexpr SpTables makeSp() {
             uint32_t out = 0;
             for (unsigned i = 0; i < 32; ++i)
                 if (in >> (32 - kP[i]) & 1) out |= 1u << (31 - i);
-            sp.t[kSlot[j]][v] = rotl(out, kRotation);
+            sp.t[kSlot[j]][v] = rotl32(out, kRotation);
         }
     return sp;
 }
@@ -261,116 +260,17 @@ int32_t E_DES3_3Key_Schedule(Des3_3KeySchedule *schedule, const uint8_t *key) {
     return 1;
 }
 
-void E_DES_Encrypt(uint8_t *block, const DesKeySchedule *schedule) {
-    vc::cipher::encryptBlock<DesCipher>(block, schedule);
-}
-void E_DES_Decrypt(uint8_t *block, const DesKeySchedule *schedule) {
-    vc::cipher::decryptBlock<DesCipher>(block, schedule);
-}
-void E_DES3_Encrypt(uint8_t *block, const Des3KeySchedule *schedule) {
-    vc::cipher::encryptBlock<Des3Cipher>(block, schedule);
-}
-void E_DES3_Decrypt(uint8_t *block, const Des3KeySchedule *schedule) {
-    vc::cipher::decryptBlock<Des3Cipher>(block, schedule);
-}
-void E_DES3_3Key_Encrypt(uint8_t *block, const Des3_3KeySchedule *schedule) {
-    vc::cipher::encryptBlock<Des3ThreeKeyCipher>(block, schedule);
-}
-void E_DES3_3Key_Decrypt(uint8_t *block, const Des3_3KeySchedule *schedule) {
-    vc::cipher::decryptBlock<Des3ThreeKeyCipher>(block, schedule);
-}
+VC_EXPORT_BLOCK(DES, DesCipher)
+VC_EXPORT_ECB(DES, DesCipher)
+VC_EXPORT_CBC(DES, DesCipher)
+VC_EXPORT_CBC_NO_PAD(DES, DesCipher)
+VC_EXPORT_CFB_OFB(DES, DesCipher)
 
-void E_DES3_3Key_CBC_Encrypt(const uint8_t *input, uint8_t *output,
-                             const Des3_3KeySchedule *schedule, uint32_t length,
-                             const uint8_t *iv) {
-    vc::cipher::cbcEncrypt<Des3ThreeKeyCipher>(input, output, schedule, length, iv);
-}
-void E_DES3_3Key_CBC_Decrypt(const uint8_t *input, uint8_t *output,
-                             const Des3_3KeySchedule *schedule, uint32_t length,
-                             const uint8_t *iv) {
-    vc::cipher::cbcDecrypt<Des3ThreeKeyCipher>(input, output, schedule, length, iv);
-}
+VC_EXPORT_BLOCK(DES3, Des3Cipher)
+VC_EXPORT_ECB(DES3, Des3Cipher)
+VC_EXPORT_CBC(DES3, Des3Cipher)
+VC_EXPORT_CBC_NO_PAD(DES3, Des3Cipher)
+VC_EXPORT_CFB_OFB(DES3, Des3Cipher)
 
-void E_DES_ECB_Encrypt(const uint8_t *input, uint8_t *output, const DesKeySchedule *schedule,
-                       uint32_t length) {
-    vc::cipher::ecbEncrypt<DesCipher>(input, output, schedule, length);
-}
-void E_DES_ECB_Decrypt(const uint8_t *input, uint8_t *output, const DesKeySchedule *schedule,
-                       uint32_t length) {
-    vc::cipher::ecbDecrypt<DesCipher>(input, output, schedule, length);
-}
-void E_DES_CBC_Encrypt(const uint8_t *input, uint8_t *output, const DesKeySchedule *schedule,
-                       uint32_t length, const uint8_t *iv) {
-    vc::cipher::cbcEncrypt<DesCipher>(input, output, schedule, length, iv);
-}
-void E_DES_CBC_Decrypt(const uint8_t *input, uint8_t *output, const DesKeySchedule *schedule,
-                       uint32_t length, const uint8_t *iv) {
-    vc::cipher::cbcDecrypt<DesCipher>(input, output, schedule, length, iv);
-}
-void E_DES_CBC_Encrypt_NO_PAD(const uint8_t *input, uint8_t *output, const DesKeySchedule *schedule,
-                              uint32_t length, const uint8_t *iv) {
-    vc::cipher::cbcEncryptNoPad<DesCipher>(input, output, schedule, length, iv);
-}
-void E_DES_CBC_Decrypt_NO_PAD(const uint8_t *input, uint8_t *output, const DesKeySchedule *schedule,
-                              uint32_t length, const uint8_t *iv) {
-    vc::cipher::cbcDecryptNoPad<DesCipher>(input, output, schedule, length, iv);
-}
-void E_DES_CFB_Encrypt(const uint8_t *input, uint8_t *output, const DesKeySchedule *schedule,
-                       int32_t numbits, uint32_t length, uint8_t *iv) {
-    vc::cipher::cfbEncrypt<DesCipher>(input, output, schedule, numbits, length, iv);
-}
-void E_DES_CFB_Decrypt(const uint8_t *input, uint8_t *output, const DesKeySchedule *schedule,
-                       int32_t numbits, uint32_t length, uint8_t *iv) {
-    vc::cipher::cfbDecrypt<DesCipher>(input, output, schedule, numbits, length, iv);
-}
-void E_DES_OFB_Encrypt(const uint8_t *input, uint8_t *output, const DesKeySchedule *schedule,
-                       int32_t numbits, uint32_t length, uint8_t *iv) {
-    vc::cipher::ofb<DesCipher>(input, output, schedule, numbits, length, iv);
-}
-void E_DES_OFB_Decrypt(const uint8_t *input, uint8_t *output, const DesKeySchedule *schedule,
-                       int32_t numbits, uint32_t length, uint8_t *iv) {
-    vc::cipher::ofb<DesCipher>(input, output, schedule, numbits, length, iv);
-}
-
-void E_DES3_ECB_Encrypt(const uint8_t *input, uint8_t *output, const Des3KeySchedule *schedule,
-                        uint32_t length) {
-    vc::cipher::ecbEncrypt<Des3Cipher>(input, output, schedule, length);
-}
-void E_DES3_ECB_Decrypt(const uint8_t *input, uint8_t *output, const Des3KeySchedule *schedule,
-                        uint32_t length) {
-    vc::cipher::ecbDecrypt<Des3Cipher>(input, output, schedule, length);
-}
-void E_DES3_CBC_Encrypt(const uint8_t *input, uint8_t *output, const Des3KeySchedule *schedule,
-                        uint32_t length, const uint8_t *iv) {
-    vc::cipher::cbcEncrypt<Des3Cipher>(input, output, schedule, length, iv);
-}
-void E_DES3_CBC_Decrypt(const uint8_t *input, uint8_t *output, const Des3KeySchedule *schedule,
-                        uint32_t length, const uint8_t *iv) {
-    vc::cipher::cbcDecrypt<Des3Cipher>(input, output, schedule, length, iv);
-}
-void E_DES3_CBC_Encrypt_NO_PAD(const uint8_t *input, uint8_t *output,
-                               const Des3KeySchedule *schedule, uint32_t length,
-                               const uint8_t *iv) {
-    vc::cipher::cbcEncryptNoPad<Des3Cipher>(input, output, schedule, length, iv);
-}
-void E_DES3_CBC_Decrypt_NO_PAD(const uint8_t *input, uint8_t *output,
-                               const Des3KeySchedule *schedule, uint32_t length,
-                               const uint8_t *iv) {
-    vc::cipher::cbcDecryptNoPad<Des3Cipher>(input, output, schedule, length, iv);
-}
-void E_DES3_CFB_Encrypt(const uint8_t *input, uint8_t *output, const Des3KeySchedule *schedule,
-                        int32_t numbits, uint32_t length, uint8_t *iv) {
-    vc::cipher::cfbEncrypt<Des3Cipher>(input, output, schedule, numbits, length, iv);
-}
-void E_DES3_CFB_Decrypt(const uint8_t *input, uint8_t *output, const Des3KeySchedule *schedule,
-                        int32_t numbits, uint32_t length, uint8_t *iv) {
-    vc::cipher::cfbDecrypt<Des3Cipher>(input, output, schedule, numbits, length, iv);
-}
-void E_DES3_OFB_Encrypt(const uint8_t *input, uint8_t *output, const Des3KeySchedule *schedule,
-                        int32_t numbits, uint32_t length, uint8_t *iv) {
-    vc::cipher::ofb<Des3Cipher>(input, output, schedule, numbits, length, iv);
-}
-void E_DES3_OFB_Decrypt(const uint8_t *input, uint8_t *output, const Des3KeySchedule *schedule,
-                        int32_t numbits, uint32_t length, uint8_t *iv) {
-    vc::cipher::ofb<Des3Cipher>(input, output, schedule, numbits, length, iv);
-}
+VC_EXPORT_BLOCK(DES3_3Key, Des3ThreeKeyCipher)
+VC_EXPORT_CBC(DES3_3Key, Des3ThreeKeyCipher)

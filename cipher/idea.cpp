@@ -3,7 +3,7 @@
 #include <vorelcrypto/cipher.h>
 
 #include "cipher/block_modes.h"
-#include "cipher/modes64.h"
+#include "cipher/mode_exports.h"
 
 namespace vc::cipher {
 namespace {

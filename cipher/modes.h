@@ -28,6 +28,8 @@
 // (modes64.h).
 #pragma once
 
+#include "common/bytes.h"
+
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -41,19 +43,13 @@ enum class WordOrder { Little, Big };
 template <size_t N>
 using Block = std::array<uint32_t, N>;
 
-inline uint32_t rotl32(uint32_t x, unsigned n) { return (x << (n & 31)) | (x >> ((32 - n) & 31)); }
-inline uint32_t rotr32(uint32_t x, unsigned n) { return (x >> (n & 31)) | (x << ((32 - n) & 31)); }
-
 template <WordOrder O>
 inline uint32_t loadWord(const uint8_t *p) {
-    uint32_t v;
-    std::memcpy(&v, p, 4);
-    return O == WordOrder::Big ? __builtin_bswap32(v) : v;
+    return O == WordOrder::Big ? load32be(p) : load32le(p);
 }
 template <WordOrder O>
 inline void storeWord(uint8_t *p, uint32_t v) {
-    if (O == WordOrder::Big) v = __builtin_bswap32(v);
-    std::memcpy(p, &v, 4);
+    O == WordOrder::Big ? store32be(p, v) : store32le(p, v);
 }
 
 template <WordOrder O, size_t N>
@@ -237,13 +233,13 @@ enum class Feedback { CfbEncrypt, CfbDecrypt, Ofb };
 template <class C, WordOrder S, bool Cold = false>
 inline Block<C::kWords> keystream(Block<C::kWords> reg, const typename C::Schedule *ks) {
     if constexpr (S != C::kOrder)
-        for (auto &w : reg) w = __builtin_bswap32(w);
+        for (auto &w : reg) w = byteSwap32(w);
     if constexpr (Cold)
         encryptCold<C>(reg, ks);
     else
         C::encrypt(reg, ks);
     if constexpr (S != C::kOrder)
-        for (auto &w : reg) w = __builtin_bswap32(w);
+        for (auto &w : reg) w = byteSwap32(w);
     return reg;
 }
 

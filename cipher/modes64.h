@@ -27,11 +27,11 @@ struct BitReversed {
     static void through(Block<kWords> &b, Op op) {
         for (auto &w : b) {
             w = reverseByteBits(w);
-            if constexpr (C::kOrder == WordOrder::Big) w = __builtin_bswap32(w);
+            if constexpr (C::kOrder == WordOrder::Big) w = byteSwap32(w);
         }
         op(b);
         for (auto &w : b) {
-            if constexpr (C::kOrder == WordOrder::Big) w = __builtin_bswap32(w);
+            if constexpr (C::kOrder == WordOrder::Big) w = byteSwap32(w);
             w = reverseByteBits(w);
         }
     }
@@ -115,49 +115,3 @@ void ofbStream(const uint8_t *in, uint8_t *out, const typename C::Schedule *ks, 
 }
 
 }  // namespace vc::cipher
-
-// Defines the single-block functions and the ECB, CBC, CFB and OFB wrappers E_<P>_... of a
-// cipher described by the traits struct `Traits` (see modes.h). `ofbUnit` is the number of
-// length units per byte of the OFB functions (1, or 8 where the OFB length counts bits).
-#define VC_DEFINE_MODES_64(P, Traits, ofbUnit)                                                  \
-    using Traits##Schedule = Traits::Schedule;                                                  \
-    void E_##P##_Encrypt(uint8_t *block, const Traits##Schedule *ks) {                          \
-        vc::cipher::encryptBlock<Traits>(block, ks);                                            \
-    }                                                                                           \
-    void E_##P##_Decrypt(uint8_t *block, const Traits##Schedule *ks) {                          \
-        vc::cipher::decryptBlock<Traits>(block, ks);                                            \
-    }                                                                                           \
-    void E_##P##_ECB_Encrypt(const uint8_t *in, uint8_t *out, const Traits##Schedule *ks,       \
-                             uint32_t length) {                                                 \
-        vc::cipher::ecbEncrypt<Traits>(in, out, ks, length);                                    \
-    }                                                                                           \
-    void E_##P##_ECB_Decrypt(const uint8_t *in, uint8_t *out, const Traits##Schedule *ks,       \
-                             uint32_t length) {                                                 \
-        vc::cipher::ecbDecrypt<Traits>(in, out, ks, length);                                    \
-    }                                                                                           \
-    void E_##P##_CBC_Encrypt(const uint8_t *in, uint8_t *out, const Traits##Schedule *ks,       \
-                             uint32_t length, const uint8_t *iv) {                              \
-        vc::cipher::cbcEncrypt<Traits>(in, out, ks, length, iv);                                \
-    }                                                                                           \
-    void E_##P##_CBC_Decrypt(const uint8_t *in, uint8_t *out, const Traits##Schedule *ks,       \
-                             uint32_t length, const uint8_t *iv) {                              \
-        vc::cipher::cbcDecrypt<Traits>(in, out, ks, length, iv);                                \
-    }                                                                                           \
-    void E_##P##_CFB_Encrypt(const uint8_t *in, uint8_t *out, const Traits##Schedule *ks,       \
-                             int32_t numbits, uint32_t length, uint8_t *iv) {                   \
-        vc::cipher::feedback64<Traits, vc::cipher::Feedback::CfbEncrypt>(in, out, ks, numbits,  \
-                                                                         length, iv);           \
-    }                                                                                           \
-    void E_##P##_CFB_Decrypt(const uint8_t *in, uint8_t *out, const Traits##Schedule *ks,       \
-                             int32_t numbits, uint32_t length, uint8_t *iv) {                   \
-        vc::cipher::feedback64<Traits, vc::cipher::Feedback::CfbDecrypt>(in, out, ks, numbits,  \
-                                                                         length, iv);           \
-    }                                                                                           \
-    void E_##P##_OFB_Encrypt(const uint8_t *in, uint8_t *out, const Traits##Schedule *ks,       \
-                             int32_t numbits, uint32_t length, uint8_t *iv, int32_t *num) {     \
-        vc::cipher::ofbStream<Traits>(in, out, ks, numbits, length / (ofbUnit), iv, num);       \
-    }                                                                                           \
-    void E_##P##_OFB_Decrypt(const uint8_t *in, uint8_t *out, const Traits##Schedule *ks,       \
-                             int32_t numbits, uint32_t length, uint8_t *iv, int32_t *num) {     \
-        E_##P##_OFB_Encrypt(in, out, ks, numbits, length, iv, num);                             \
-    }

@@ -1,8 +1,9 @@
 // RC2 (RFC 2268): four little-endian 16-bit words, 16 mixing rounds and two mashing rounds.
 #include <vorelcrypto/cipher.h>
 
+#include "common/wipe.h"
 #include "cipher/block_modes.h"
-#include "cipher/modes64.h"
+#include "cipher/mode_exports.h"
 
 namespace vc::cipher {
 namespace {
@@ -120,6 +121,7 @@ void E_RC2_KeySchedule(Rc2KeySchedule *schedule, const uint8_t *key, uint32_t ke
     l[128 - t8] = kPiTable[l[128 - t8] & tm];
     for (int i = 127 - t8; i >= 0; --i) l[i] = kPiTable[l[i + 1] ^ l[i + t8]];
     for (int i = 0; i < 64; ++i) schedule->K[i] = uint16_t(l[2 * i] | l[2 * i + 1] << 8);
+    vc::secure_wipe(l, sizeof l);
 }
 
 VC_DEFINE_MODES_64(RC2, Rc2Cipher, 1)

@@ -3,8 +3,9 @@
 
 #include <cstdlib>
 
+#include "common/wipe.h"
 #include "cipher/block_modes.h"
-#include "cipher/modes64.h"
+#include "cipher/mode_exports.h"
 
 namespace vc::cipher {
 namespace {
@@ -75,11 +76,12 @@ void E_RC5_KeySchedule(Rc5KeySchedule *schedule, const uint8_t *key, uint32_t ke
     for (uint32_t i = 1; i < t; ++i) s[i] = s[i - 1] + kQ32;
     uint32_t a = 0, b = 0, i = 0, j = 0;
     for (uint32_t k = 3 * (t > c ? t : c); k > 0; --k) {
-        a = s[i] = rotl32(s[i] + a + b, 3);
-        b = l[j] = rotl32(l[j] + a + b, a + b);
+        a = s[i] = vc::rotl32(s[i] + a + b, 3);
+        b = l[j] = vc::rotl32(l[j] + a + b, a + b);
         if (++i == t) i = 0;
         if (++j == c) j = 0;
     }
+    vc::secure_wipe(l, size_t(c) * 4);
     if (l != stackWords) std::free(l);
 }
 

@@ -1,7 +1,7 @@
 // SEED (KISA, RFC 4269): 128-bit block, 128-bit key, 16 rounds, and its modes of operation.
 #include <vorelcrypto/cipher.h>
 
-#include "cipher/modes.h"
+#include "cipher/mode_exports.h"
 
 namespace vc::cipher {
 namespace {
@@ -128,52 +128,10 @@ void E_SEED_KeySchedule(SeedKeySchedule *roundKeys, const uint8_t *key) {
     });
 }
 
-void E_SEED_Encrypt(uint8_t *block, const SeedKeySchedule *roundKeys) {
-    vc::cipher::encryptBlock<SeedCipher>(block, roundKeys);
-}
-void E_SEED_Decrypt(uint8_t *block, const SeedKeySchedule *roundKeys) {
-    vc::cipher::decryptBlock<SeedCipher>(block, roundKeys);
-}
-
-void E_SEED_ECB_Encrypt(const uint8_t *input, uint8_t *output, const SeedKeySchedule *roundKeys,
-                        uint32_t length) {
-    vc::cipher::ecbEncrypt<SeedCipher>(input, output, roundKeys, length);
-}
-void E_SEED_ECB_Decrypt(const uint8_t *input, uint8_t *output, const SeedKeySchedule *roundKeys,
-                        uint32_t length) {
-    vc::cipher::ecbDecrypt<SeedCipher>(input, output, roundKeys, length);
-}
-void E_SEED_CBC_Encrypt(const uint8_t *input, uint8_t *output, const SeedKeySchedule *roundKeys,
-                        uint32_t length, const uint8_t *iv) {
-    vc::cipher::cbcEncrypt<SeedCipher>(input, output, roundKeys, length, iv);
-}
-void E_SEED_CBC_Decrypt(const uint8_t *input, uint8_t *output, const SeedKeySchedule *roundKeys,
-                        uint32_t length, const uint8_t *iv) {
-    vc::cipher::cbcDecrypt<SeedCipher>(input, output, roundKeys, length, iv);
-}
-void E_SEED_CBC_Encrypt_NO_PAD(const uint8_t *input, uint8_t *output,
-                               const SeedKeySchedule *roundKeys, uint32_t length,
-                               const uint8_t *iv) {
-    vc::cipher::cbcEncryptNoPad<SeedCipher>(input, output, roundKeys, length, iv);
-}
-void E_SEED_CBC_Decrypt_NO_PAD(const uint8_t *input, uint8_t *output,
-                               const SeedKeySchedule *roundKeys, uint32_t length,
-                               const uint8_t *iv) {
-    vc::cipher::cbcDecryptNoPad<SeedCipher>(input, output, roundKeys, length, iv);
-}
-void E_SEED_CFB_Encrypt(const uint8_t *input, uint8_t *output, const SeedKeySchedule *roundKeys,
-                        int32_t numbits, uint32_t length, uint8_t *iv) {
-    vc::cipher::cfbEncrypt<SeedCipher>(input, output, roundKeys, numbits, length, iv);
-}
-void E_SEED_CFB_Decrypt(const uint8_t *input, uint8_t *output, const SeedKeySchedule *roundKeys,
-                        int32_t numbits, uint32_t length, uint8_t *iv) {
-    vc::cipher::cfbDecrypt<SeedCipher>(input, output, roundKeys, numbits, length, iv);
-}
-void E_SEED_OFB_Encrypt(const uint8_t *input, uint8_t *output, const SeedKeySchedule *roundKeys,
-                        int32_t numbits, uint32_t length, uint8_t *iv) {
-    vc::cipher::ofb<SeedCipher>(input, output, roundKeys, numbits, length, iv);
-}
-void E_SEED_OFB_Decrypt(const uint8_t *input, uint8_t *output, const SeedKeySchedule *roundKeys,
-                        int32_t numbits, uint32_t length, uint8_t *iv) {
-    vc::cipher::ofb<SeedCipher>(input, output, roundKeys, numbits, length, iv);
-}
+// SEED's CFB and OFB take widths that are not whole bytes by the little-endian bit rule of the
+// mode template, unlike the big-endian 64-bit ciphers; existing cipher texts depend on it.
+VC_EXPORT_BLOCK(SEED, SeedCipher)
+VC_EXPORT_ECB(SEED, SeedCipher)
+VC_EXPORT_CBC(SEED, SeedCipher)
+VC_EXPORT_CBC_NO_PAD(SEED, SeedCipher)
+VC_EXPORT_CFB_OFB(SEED, SeedCipher)

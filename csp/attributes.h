@@ -7,7 +7,7 @@
 namespace vc::csp {
 
 // The first attribute of `type`, or null.
-inline const CspAttribute *FindAttribute(const CspContextRecord *record, uint32_t type) {
+inline const CspAttribute *findAttribute(const CspContextRecord *record, uint32_t type) {
     if (record->attributes == nullptr) return nullptr;
     for (uint32_t i = 0; i < record->attributeCount; ++i)
         if (record->attributes[i].type == type) return &record->attributes[i];
@@ -15,16 +15,16 @@ inline const CspAttribute *FindAttribute(const CspContextRecord *record, uint32_
 }
 
 // A uint32 attribute's value; false when the attribute is missing.
-inline bool FindUint32(const CspContextRecord *record, uint32_t type, uint32_t *value) {
-    const CspAttribute *a = FindAttribute(record, type);
+inline bool findUint32(const CspContextRecord *record, uint32_t type, uint32_t *value) {
+    const CspAttribute *a = findAttribute(record, type);
     if (a == nullptr) return false;
     *value = a->value.uint32;
     return true;
 }
 
 // A blob attribute's blob; false when the attribute is missing (the blob itself may be null).
-inline bool FindBlob(const CspContextRecord *record, uint32_t type, const DataBlob **blob) {
-    const CspAttribute *a = FindAttribute(record, type);
+inline bool findBlob(const CspContextRecord *record, uint32_t type, const DataBlob **blob) {
+    const CspAttribute *a = findAttribute(record, type);
     if (a == nullptr) return false;
     *blob = a->value.data;
     return true;
@@ -32,18 +32,12 @@ inline bool FindBlob(const CspContextRecord *record, uint32_t type, const DataBl
 
 // Later calls work on the handle's record, so a caller's context is copied there first (class,
 // algorithm, attribute count and pointer), as the digest family does.
-inline void AdoptContext(CspContextRecord *record, const CspContextRecord *context) {
+inline void adoptContext(CspContextRecord *record, const CspContextRecord *context) {
     if (context == nullptr) return;
     record->contextClass = context->contextClass;
     record->algorithm = context->algorithm;
     record->attributeCount = context->attributeCount;
     record->attributes = context->attributes;
-}
-
-// Erases memory that held keys or cipher state; the compiler may not drop the stores.
-inline void Wipe(void *p, size_t n) {
-    volatile uint8_t *v = static_cast<volatile uint8_t *>(p);
-    while (n--) *v++ = 0;
 }
 
 }  // namespace vc::csp

@@ -140,12 +140,12 @@ const DigestDescriptor *descriptorFor(uint32_t algorithm) {
 
 }  // namespace
 
-uint32_t DigestLength(uint32_t algorithm) {
+uint32_t digestLengthOf(uint32_t algorithm) {
     const DigestDescriptor *d = descriptorFor(algorithm);
     return d != nullptr ? d->digestLength : 0;
 }
 
-void ReleaseDigestState(CspContextRecord *record) {
+void releaseDigestState(CspContextRecord *record) {
     releaseState(record->state);
     record->state = nullptr;
     record->descriptor = nullptr;
@@ -206,7 +206,7 @@ int32_t CSP_DigestDataFinal(uint32_t, CspContextHandle handle, DataBlob *digest)
     if (!d->finish(digest, record->state, record->algorithm)) return SetProviderError(CSP_ERR_ENGINE);
     // Forget the released state so that an Update or a second Final on this record fails with
     // the engine reason instead of touching freed memory.
-    vc::csp::ReleaseDigestState(record);
+    vc::csp::releaseDigestState(record);
     return 0;
 }
 

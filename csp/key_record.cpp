@@ -3,6 +3,7 @@
 // CSP_GenerateKey takes no random bytes: it turns the caller's key material into a key record
 // (header, raw key bytes, key schedule) inside the caller's key buffer, so that every later
 // Init only points at the schedule instead of recomputing it.
+#include "common/wipe.h"
 #include "csp/key_record.h"
 
 #include <vorelcrypto/cipher.h>
@@ -24,7 +25,7 @@ using vc::cipher::BlockModes;
 struct KeyAlgorithm {
     uint32_t algorithm;
     uint32_t minBytes, maxBytes;
-    uint32_t documentedSize;  // the record size hosts have always reserved (a minimum)
+    uint32_t reservedSize;  // the record size callers reserve for the key (a minimum)
     uint32_t scheduleSize;
     uint32_t fixedEffectiveBits;  // 0: 8 * key bytes (or RC2's attribute)
     uint32_t rounds;
@@ -47,8 +48,8 @@ constexpr KeyAlgorithm kAlgorithms[] = {
      [](void *ks, const uint8_t *k, uint32_t, uint32_t) {
          E_IDEA_KeySchedule(static_cast<IdeaKeySchedule *>(ks), k);
      }},
-    // 128 bytes is the documented size of the usual 8-byte key; the 5-byte key of the 40-bit
-    // service row is documented at 40. The larger of it and the real layout is used.
+    // Callers reserve 128 bytes for the usual 8-byte key and 40 for the 5-byte key of the
+    // 40-bit service row. The larger of that and the real layout is used.
     {CSP_ALG_RC2, 1, 128, 128, sizeof(Rc2KeySchedule), 0, 0, &vc::cipher::kRc2Modes,
      [](void *ks, const uint8_t *k, uint32_t n, uint32_t bits) {
          E_RC2_KeySchedule(static_cast<Rc2KeySchedule *>(ks), k, n, int32_t(bits));
@@ -84,7 +85,7 @@ constexpr uint32_t scheduleOffset(uint32_t keyBytes) {
     return uint32_t(sizeof(KeyRecordHeader)) + (keyBytes + 7) / 8 * 8;
 }
 constexpr uint32_t recordSize(const KeyAlgorithm &a, uint32_t keyBytes) {
-    return std::max(a.documentedSize, scheduleOffset(keyBytes) + a.scheduleSize);
+    return std::max(a.reservedSize, scheduleOffset(keyBytes) + a.scheduleSize);
 }
 static_assert(recordSize(kAlgorithms[6], 56) <= CSP_KEY_RECORD_MAX &&
               recordSize(kAlgorithms[5], 256) <= CSP_KEY_RECORD_MAX &&
@@ -97,13 +98,13 @@ bool aligned(const void *p) { return reinterpret_cast<uintptr_t>(p) % kRecordAli
 int32_t checkMaterial(const CspContextRecord *record, const KeyAlgorithm &a,
                       const DataBlob *material, uint32_t *keyBytes, uint32_t *effectiveBits) {
     uint32_t bits = 0;
-    if (!FindUint32(record, CSP_ATTR_KEY_LENGTH, &bits)) return CSP_ERR_MISSING_ATTRIBUTE;
+    if (!findUint32(record, CSP_ATTR_KEY_LENGTH, &bits)) return CSP_ERR_MISSING_ATTRIBUTE;
     if (bits % 8 != 0) return CSP_ERR_INVALID_KEY;
     const uint32_t n = bits / 8;
     if (material->Length < n || (n != 0 && material->Data == nullptr)) return CSP_ERR_NULL_DATA;
     if (n < a.minBytes || n > a.maxBytes) return CSP_ERR_INVALID_KEY;
     uint32_t effective = a.fixedEffectiveBits != 0 ? a.fixedEffectiveBits : bits;
-    if (a.algorithm == CSP_ALG_RC2 && FindUint32(record, CSP_ATTR_EFFECTIVE_BITS, &effective) &&
+    if (a.algorithm == CSP_ALG_RC2 && findUint32(record, CSP_ATTR_EFFECTIVE_BITS, &effective) &&
         (effective < 1 || effective > 1024))
         return CSP_ERR_INVALID_KEY;
     *keyBytes = n;
@@ -113,9 +114,9 @@ int32_t checkMaterial(const CspContextRecord *record, const KeyAlgorithm &a,
 
 }  // namespace
 
-bool IsCipherAlgorithm(uint32_t algorithm) { return findAlgorithm(algorithm) != nullptr; }
+bool isCipherAlgorithm(uint32_t algorithm) { return findAlgorithm(algorithm) != nullptr; }
 
-int32_t OpenKeyRecord(const DataBlob *blob, KeyView *view) {
+int32_t openKeyRecord(const DataBlob *blob, KeyView *view) {
     if (blob == nullptr || blob->Data == nullptr || !aligned(blob->Data) ||
         blob->Length < sizeof(KeyRecordHeader))
         return CSP_ERR_INVALID_KEY;
@@ -144,7 +145,7 @@ int32_t CSP_GenerateKey(uint32_t, CspContextHandle handle, const CspContextRecor
     using namespace vc::csp;
     CspContextRecord *record = handle;
     if (record == nullptr) return SetProviderError(CSP_ERR_NO_CONTEXT);
-    AdoptContext(record, context);
+    adoptContext(record, context);
     if (record->contextClass != CSP_CLASS_KEYGEN) return SetProviderError(CSP_ERR_CLASS);
     const KeyAlgorithm *a = findAlgorithm(record->algorithm);
     if (a == nullptr) return SetProviderError(CSP_ERR_ALGORITHM);
@@ -178,7 +179,7 @@ int32_t CSP_GenerateKey(uint32_t, CspContextHandle handle, const CspContextRecor
 int32_t CSP_FreeKey(uint32_t, DataBlob *key) {
     if (key == nullptr) return SetProviderError(CSP_ERR_NULL_BLOB);
     if (key->Data == nullptr && key->Length != 0) return SetProviderError(CSP_ERR_NULL_DATA);
-    if (key->Data != nullptr) vc::csp::Wipe(key->Data, key->Length);
+    if (key->Data != nullptr) vc::secure_wipe(key->Data, key->Length);
     key->Length = 0;
     return 0;
 }
@@ -191,10 +192,10 @@ int32_t CSP_QuerySizeInBits(uint32_t, CspContextHandle handle, const CspContextR
     if (key == nullptr) {
         const CspContextRecord *record = context != nullptr ? context : handle;
         if (record == nullptr) return SetProviderError(CSP_ERR_NULL_BLOB);
-        if (!FindBlob(record, CSP_ATTR_KEY, &key)) return SetProviderError(CSP_ERR_MISSING_ATTRIBUTE);
+        if (!findBlob(record, CSP_ATTR_KEY, &key)) return SetProviderError(CSP_ERR_MISSING_ATTRIBUTE);
     }
     KeyView view;
-    if (int32_t reason = OpenKeyRecord(key, &view)) return SetProviderError(reason);
+    if (int32_t reason = openKeyRecord(key, &view)) return SetProviderError(reason);
     size->logicalBits = 8 * view.header->keyBytes;
     size->effectiveBits = view.header->effectiveBits;
     return 0;

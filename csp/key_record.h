@@ -34,10 +34,10 @@ struct KeyView {
 };
 
 // True for the cipher algorithms that have key records (14, 18, 20, 21, 22, 23, 26).
-bool IsCipherAlgorithm(uint32_t algorithm);
+bool isCipherAlgorithm(uint32_t algorithm);
 
 // Checks the key blob (buffer present and 4-byte aligned, magic, sizes, layout) and fills
 // `view`. Returns 0, or the reason CSP_ERR_INVALID_KEY.
-int32_t OpenKeyRecord(const DataBlob *blob, KeyView *view);
+int32_t openKeyRecord(const DataBlob *blob, KeyView *view);
 
 }  // namespace vc::csp

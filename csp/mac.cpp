@@ -13,6 +13,7 @@
 #include <cstring>
 #include <new>
 
+#include "common/wipe.h"
 #include "csp/attributes.h"
 #include "csp/key_record.h"
 #include "csp/provider_error.h"
@@ -57,7 +58,7 @@ MacState *stateOf(CspContextRecord *record, uint32_t direction) {
     if (magic != direction) return nullptr;
     return std::launder(reinterpret_cast<MacState *>(record->work));
 }
-void endMac(CspContextRecord *record) { Wipe(record->work, sizeof(MacState)); }
+void endMac(CspContextRecord *record) { vc::secure_wipe(record->work, sizeof(MacState)); }
 
 void hmacStart(HmacPart &h, const uint8_t *key, uint32_t length) {
     uint8_t digest[vc::hash::kMd5DigestLength];
@@ -73,19 +74,19 @@ void hmacStart(HmacPart &h, const uint8_t *key, uint32_t length) {
     for (auto &b : pad) b ^= 0x36 ^ 0x5c;
     vc::hash::md5Init(&h.outer);
     vc::hash::md5Update(&h.outer, pad, kMd5Block);
-    Wipe(pad, sizeof pad);
-    Wipe(digest, sizeof digest);
+    vc::secure_wipe(pad, sizeof pad);
+    vc::secure_wipe(digest, sizeof digest);
 }
 
 int32_t start(CspContextRecord *record, const CspContextRecord *context, uint32_t direction) {
     if (record == nullptr) return CSP_ERR_NO_CONTEXT;
-    AdoptContext(record, context);
+    adoptContext(record, context);
     if (record->contextClass != CSP_CLASS_MAC) return CSP_ERR_CLASS;
-    if (MacLength(record->algorithm) == 0) return CSP_ERR_ALGORITHM;
+    if (macLength(record->algorithm) == 0) return CSP_ERR_ALGORITHM;
     const DataBlob *keyBlob = nullptr;
-    if (!FindBlob(record, CSP_ATTR_KEY, &keyBlob)) return CSP_ERR_MISSING_ATTRIBUTE;
+    if (!findBlob(record, CSP_ATTR_KEY, &keyBlob)) return CSP_ERR_MISSING_ATTRIBUTE;
     KeyView key;
-    if (OpenKeyRecord(keyBlob, &key) != 0) return CSP_ERR_INVALID_KEY;
+    if (openKeyRecord(keyBlob, &key) != 0) return CSP_ERR_INVALID_KEY;
     const bool hmac = record->algorithm == CSP_ALG_MD5;
     if (!hmac && key.header->algorithm != record->algorithm) return CSP_ERR_INVALID_KEY;
 
@@ -112,7 +113,7 @@ void cbcAbsorbBlocks(CbcMacPart &c, const uint8_t *in, uint32_t n) {
         c.run(in, scratch, c.schedule, take, c.chain);
         in += take, n -= take;
     }
-    Wipe(scratch, sizeof scratch);
+    vc::secure_wipe(scratch, sizeof scratch);
 }
 
 void cbcAbsorb(CbcMacPart &c, const uint8_t *in, uint32_t n) {
@@ -145,7 +146,7 @@ void hmacFinish(HmacPart &h, uint8_t *mac) {
     vc::hash::md5Final(&h.inner, inner);
     vc::hash::md5Update(&h.outer, inner, sizeof inner);
     vc::hash::md5Final(&h.outer, mac);
-    Wipe(inner, sizeof inner);
+    vc::secure_wipe(inner, sizeof inner);
 }
 
 int32_t update(CspContextRecord *record, uint32_t direction, const DataBlob *data, uint32_t count) {
@@ -167,7 +168,7 @@ int32_t update(CspContextRecord *record, uint32_t direction, const DataBlob *dat
 
 // Computes the MAC into `mac` (kMaxMac bytes) and ends the operation; returns its length.
 uint32_t finish(CspContextRecord *record, MacState *s, uint8_t *mac) {
-    const uint32_t length = MacLength(s->algorithm);
+    const uint32_t length = macLength(s->algorithm);
     if (s->algorithm == CSP_ALG_MD5)
         hmacFinish(s->hmac, mac);
     else
@@ -182,7 +183,7 @@ int32_t generateFinal(CspContextRecord *record, DataBlob *mac) {
     if (s == nullptr) return CSP_ERR_STATE;
     if (mac == nullptr) return CSP_ERR_NULL_BLOB;
     if (mac->Data == nullptr && mac->Length != 0) return CSP_ERR_NULL_DATA;
-    const uint32_t length = MacLength(s->algorithm);
+    const uint32_t length = macLength(s->algorithm);
     if (mac->Data != nullptr && mac->Length < length) return CSP_ERR_OUTPUT_SHORT;
     if (mac->Data == nullptr) {
         mac->Data = static_cast<uint8_t *>(std::malloc(length));
@@ -219,7 +220,7 @@ int32_t ended(CspContextRecord *record, int32_t reason) {
 
 }  // namespace
 
-uint32_t MacLength(uint32_t algorithm) {
+uint32_t macLength(uint32_t algorithm) {
     switch (algorithm) {
     case CSP_ALG_DES: case CSP_ALG_3DES_2KEY: return kBlock;
     case CSP_ALG_MD5: return vc::hash::kMd5DigestLength;

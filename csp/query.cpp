@@ -12,9 +12,9 @@ namespace {
 // One size for `inputSize` bytes of input; 0 or a reason.
 int32_t sizeFor(const CspContextRecord *record, bool encrypt, uint32_t inputSize, uint32_t *out) {
     switch (record->contextClass) {
-    case CSP_CLASS_SYMMETRIC: return SymmetricOutputSize(record, encrypt, inputSize, out);
-    case CSP_CLASS_DIGEST: *out = DigestLength(record->algorithm); break;
-    case CSP_CLASS_MAC: *out = MacLength(record->algorithm); break;
+    case CSP_CLASS_SYMMETRIC: return symmetricOutputSize(record, encrypt, inputSize, out);
+    case CSP_CLASS_DIGEST: *out = digestLengthOf(record->algorithm); break;
+    case CSP_CLASS_MAC: *out = macLength(record->algorithm); break;
     default: return CSP_ERR_CLASS;
     }
     return *out == 0 ? CSP_ERR_ALGORITHM : 0;
@@ -28,7 +28,7 @@ extern "C" int32_t CSP_QuerySize(uint32_t, CspContextHandle handle, const CspCon
     using namespace vc::csp;
     CspContextRecord *record = handle;
     if (record == nullptr) return SetProviderError(CSP_ERR_NO_CONTEXT);
-    AdoptContext(record, context);
+    adoptContext(record, context);
     if (sizes == nullptr) return SetProviderError(CSP_ERR_NULL_BLOB);
     if (count == 0) return SetProviderError(CSP_ERR_BLOB_COUNT);
     for (uint32_t i = 0; i < count; ++i)

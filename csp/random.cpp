@@ -11,12 +11,12 @@ extern "C" int32_t CSP_GenerateRandom(uint32_t, CspContextHandle handle,
     using namespace vc::csp;
     CspContextRecord *record = handle;
     if (record == nullptr) return SetProviderError(CSP_ERR_NO_CONTEXT);
-    AdoptContext(record, context);
+    adoptContext(record, context);
     if (record->contextClass != CSP_CLASS_RANDOM) return SetProviderError(CSP_ERR_CLASS);
     if (record->algorithm != CSP_ALG_RANDOM_MD5 && record->algorithm != CSP_ALG_RANDOM_DES)
         return SetProviderError(CSP_ERR_ALGORITHM);
     uint32_t size = 0;
-    if (!FindUint32(record, CSP_ATTR_OUTPUT_SIZE, &size))
+    if (!findUint32(record, CSP_ATTR_OUTPUT_SIZE, &size))
         return SetProviderError(CSP_ERR_MISSING_ATTRIBUTE);
     if (random == nullptr) return SetProviderError(CSP_ERR_NULL_BLOB);
     if (random->Data == nullptr || random->Length < size) return SetProviderError(CSP_ERR_NULL_DATA);

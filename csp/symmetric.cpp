@@ -14,6 +14,7 @@
 #include <cstring>
 #include <new>
 
+#include "common/wipe.h"
 #include "csp/attributes.h"
 #include "csp/key_record.h"
 #include "csp/provider_error.h"
@@ -76,7 +77,7 @@ CipherState *stateOf(CspContextRecord *record, uint32_t direction) {
     return std::launder(reinterpret_cast<CipherState *>(record->work));
 }
 
-void endOperation(CspContextRecord *record) { Wipe(record->work, sizeof(CipherState)); }
+void endOperation(CspContextRecord *record) { vc::secure_wipe(record->work, sizeof(CipherState)); }
 
 bool isDecrypting(const CipherState &s) { return s.magic == kDecrypting; }
 bool holdsLastBlock(const CipherState &s) { return s.blocked && s.padded && isDecrypting(s); }
@@ -86,14 +87,14 @@ bool holdsLastBlock(const CipherState &s) { return s.blocked && s.padded && isDe
 int32_t readSettings(const CspContextRecord *record, Settings *settings) {
     uint32_t mode = 0;
     if (record->algorithm != CSP_ALG_RC4) {  // RC4 has no mode; an attribute is ignored
-        if (!FindUint32(record, CSP_ATTR_MODE, &mode)) return CSP_ERR_MISSING_ATTRIBUTE;
+        if (!findUint32(record, CSP_ATTR_MODE, &mode)) return CSP_ERR_MISSING_ATTRIBUTE;
         if (mode != CSP_MODE_ECB && mode != CSP_MODE_CBC && mode != CSP_MODE_CFB &&
             mode != CSP_MODE_OFB)
             return CSP_ERR_MODE;
     }
     const bool blockMode = mode == CSP_MODE_ECB || mode == CSP_MODE_CBC;
     uint32_t padding = blockMode ? CSP_PADDING_PKCS7 : CSP_PADDING_NONE;
-    FindUint32(record, CSP_ATTR_PADDING, &padding);
+    findUint32(record, CSP_ATTR_PADDING, &padding);
     if (padding != CSP_PADDING_NONE && padding != CSP_PADDING_PKCS5 && padding != CSP_PADDING_PKCS7)
         return CSP_ERR_PADDING;
     settings->mode = mode;
@@ -113,19 +114,19 @@ BlockModes::Run runFor(const BlockModes &m, uint32_t mode, bool decrypt) {
 
 int32_t start(CspContextRecord *record, const CspContextRecord *context, uint32_t direction) {
     if (record == nullptr) return CSP_ERR_NO_CONTEXT;
-    AdoptContext(record, context);
+    adoptContext(record, context);
     if (record->contextClass != CSP_CLASS_SYMMETRIC) return CSP_ERR_CLASS;
-    if (!IsCipherAlgorithm(record->algorithm)) return CSP_ERR_ALGORITHM;
+    if (!isCipherAlgorithm(record->algorithm)) return CSP_ERR_ALGORITHM;
     const DataBlob *keyBlob = nullptr;
-    if (!FindBlob(record, CSP_ATTR_KEY, &keyBlob)) return CSP_ERR_MISSING_ATTRIBUTE;
+    if (!findBlob(record, CSP_ATTR_KEY, &keyBlob)) return CSP_ERR_MISSING_ATTRIBUTE;
     KeyView key;
-    if (OpenKeyRecord(keyBlob, &key) != 0 || key.header->algorithm != record->algorithm)
+    if (openKeyRecord(keyBlob, &key) != 0 || key.header->algorithm != record->algorithm)
         return CSP_ERR_INVALID_KEY;
     Settings settings;
     if (int32_t reason = readSettings(record, &settings)) return reason;
     const DataBlob *iv = nullptr;
     if (settings.mode != 0 && settings.mode != CSP_MODE_ECB) {
-        if (!FindBlob(record, CSP_ATTR_INIT_VECTOR, &iv)) return CSP_ERR_MISSING_ATTRIBUTE;
+        if (!findBlob(record, CSP_ATTR_INIT_VECTOR, &iv)) return CSP_ERR_MISSING_ATTRIBUTE;
         if (iv == nullptr || iv->Data == nullptr || iv->Length < kBlock) return CSP_ERR_IV;
     }
 
@@ -357,12 +358,12 @@ int32_t final(CspContextRecord *record, uint32_t direction, DataBlob *remaining)
     const int32_t reason = finish(*s, last, &length);
     endOperation(record);
     if (reason != 0) {
-        Wipe(last, sizeof last);
+        vc::secure_wipe(last, sizeof last);
         if (buffer != remaining->Data) std::free(buffer);
         return reason;
     }
     std::memcpy(buffer, last, length);
-    Wipe(last, sizeof last);
+    vc::secure_wipe(last, sizeof last);
     remaining->Data = buffer;
     remaining->Length = length;
     return 0;
@@ -384,7 +385,7 @@ int32_t report(int32_t reason) { return reason == 0 ? 0 : SetProviderError(reaso
 
 }  // namespace
 
-int32_t SymmetricOutputSize(const CspContextRecord *record, bool encrypt, uint32_t inputSize,
+int32_t symmetricOutputSize(const CspContextRecord *record, bool encrypt, uint32_t inputSize,
                             uint32_t *outputSize) {
     uint32_t pending = 0;
     Settings settings;
@@ -394,7 +395,7 @@ int32_t SymmetricOutputSize(const CspContextRecord *record, bool encrypt, uint32
         pending = s->pendingLength;
         settings = {s->mode, s->padded, s->blocked};
     } else {
-        if (!IsCipherAlgorithm(record->algorithm)) return CSP_ERR_ALGORITHM;
+        if (!isCipherAlgorithm(record->algorithm)) return CSP_ERR_ALGORITHM;
         if (int32_t reason = readSettings(record, &settings)) return reason;
     }
     const uint64_t total = uint64_t(pending) + inputSize;

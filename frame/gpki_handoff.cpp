@@ -16,7 +16,7 @@ namespace {
 constexpr int32_t kGpkiSymmetricAlgorithm = 64;
 
 // The objects of one session. They are released together at the end, except after a failed
-// start or cipher step, where the session is abandoned as it stands (see GpkiSymmetric).
+// start or cipher step, where the session is abandoned as it stands (see gpkiSymmetric).
 struct Session {
     const GpkiFunctionTable *table;
     void *handle = nullptr;
@@ -64,14 +64,13 @@ int32_t runSession(LibContext *ctx, Session &s, const SymKeyRecord *key, const D
 
 }  // namespace
 
-int32_t GpkiSymmetric(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
+int32_t gpkiSymmetric(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
                       DataBlob *output, bool encrypt) {
     const GpkiFunctionTable *table = V_GetGPKIFunc(ctx);
     if (table->present == nullptr) return VC_ERR_GPKI_ABSENT;
     // When the start or the cipher step fails, the call returns at once and leaves the handle
-    // and its objects with the module, so that a GPKI module sees the same calls as from the
-    // earlier generation of this library: slots 5 and 2 come only on success or when the
-    // session could not be set up.
+    // and its objects with the module: installed GPKI modules expect exactly this call
+    // sequence, so slots 5 and 2 come only on success or when the session could not be set up.
     Session session{table};
     int32_t code = runSession(ctx, session, key, input, output, encrypt);
     if (!session.abandoned) session.release();

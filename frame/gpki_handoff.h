@@ -14,7 +14,7 @@ namespace vc::frame {
 // module is registered (not to be stored); 100000 when a GPKI step failed, with the module's
 // error text, or "GPKI ErrCode = %d\n", in ctx->message; 20006 when the result buffer could not
 // be allocated. Leaves `output` untouched on failure.
-int32_t GpkiSymmetric(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
+int32_t gpkiSymmetric(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
                       DataBlob *output, bool encrypt);
 
 }  // namespace vc::frame

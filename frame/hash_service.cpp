@@ -61,7 +61,7 @@ extern "C" uint32_t V_GenHash(LibContext *ctx, uint32_t hashId, const DataBlob *
     } else {
         V_free(ctx, result.Data);
         // A refused Update leaves the engine state of Init behind.
-        if (record != nullptr) vc::csp::ReleaseDigestState(record);
+        if (record != nullptr) vc::csp::releaseDigestState(record);
     }
     V_free(ctx, record);
     V_free(ctx, holder);

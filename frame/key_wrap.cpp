@@ -6,13 +6,13 @@
 #include <vorelcrypto/frame.h>
 
 #include <cstring>
-#include <string.h>
 
+#include "common/wipe.h"
 #include "frame/symmetric_service.h"
 
 namespace {
 
-using vc::frame::AllocBytes;
+using vc::frame::allocBytes;
 
 // DES and SEED read key and IV bytes without looking at the record's lengths.
 bool hasKeyAndIv(const SymKeyRecord *key) { return key->key != nullptr && key->iv != nullptr; }
@@ -28,19 +28,19 @@ bool acceptable(const LibContext *ctx, const DataBlob *input) {
 // Encryption writes that block whole (length rounded up to 16), decryption `length` bytes.
 uint8_t *engineCbc(LibContext *ctx, const SymKeyRecord *key, const DataBlob *input,
                    uint32_t extra, bool encrypt) {
-    uint8_t *out = AllocBytes(ctx, input->Length, extra);
+    uint8_t *out = allocBytes(ctx, input->Length, extra);
     if (out == nullptr) return nullptr;
     std::memcpy(out, input->Data, input->Length);
     if (key->algorithm == V_SYM_SEED) {
         SeedKeySchedule ks;
         E_SEED_KeySchedule(&ks, key->key);
         (encrypt ? E_SEED_CBC_Encrypt : E_SEED_CBC_Decrypt)(out, out, &ks, input->Length, key->iv);
-        explicit_bzero(&ks, sizeof ks);
+        vc::secure_wipe_object(ks);
     } else {
         DesKeySchedule ks;
         E_DES_KeySchedule(&ks, key->key);
         (encrypt ? E_DES_CBC_Encrypt : E_DES_CBC_Decrypt)(out, out, &ks, input->Length, key->iv);
-        explicit_bzero(&ks, sizeof ks);
+        vc::secure_wipe_object(ks);
     }
     return out;
 }
@@ -97,9 +97,9 @@ uint32_t V_KeyDecryption(LibContext *ctx, const SymKeyRecord *key, const DataBlo
         out = engineCbc(ctx, key, input, 16, false);
         break;
     case V_SYM_DES3:
-        if ((out = AllocBytes(ctx, input->Length, 20)) == nullptr) break;
+        if ((out = allocBytes(ctx, input->Length, 20)) == nullptr) break;
         std::memcpy(out, input->Data, input->Length);
-        if (!vc::frame::PrivateCbc(key, key->iv, false, out, input->Length)) {
+        if (!vc::frame::privateCbc(key, key->iv, false, out, input->Length)) {
             V_free(ctx, out);
             return fail(ctx, output, VC_ERR_DECRYPTION);
         }

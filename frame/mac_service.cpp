@@ -7,6 +7,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "common/wipe.h"
 #include "frame/provider_records.h"
 
 namespace {
@@ -34,12 +35,12 @@ struct MacCall {
     MacCall &operator=(const MacCall &) = delete;
     ~MacCall() {
         // The key record holds the key schedule; the blocks may be handed out again.
-        if (keyRecord.Data != nullptr) std::memset(keyRecord.Data, 0, CSP_KEY_RECORD_MAX);
+        vc::secure_wipe(keyRecord.Data, CSP_KEY_RECORD_MAX);
         V_free(ctx, keyRecord.Data);
         V_free(ctx, mac.Data);
         V_free(ctx, message.Data);
-        vc::frame::FreeContextHolder(ctx, macContext);
-        vc::frame::FreeContextHolder(ctx, keygen);
+        vc::frame::freeContextHolder(ctx, macContext);
+        vc::frame::freeContextHolder(ctx, keygen);
     }
     CspContextRecord *record() const { return macContext->record; }
 
@@ -66,9 +67,9 @@ bool copyInto(LibContext *ctx, DataBlob &to, const uint8_t *from, uint32_t lengt
 int32_t prepare(MacCall &call, int32_t macId, const DataBlob &key, const DataBlob &message,
                 uint32_t messageSlack, const DataBlob *macIn) {
     LibContext *ctx = call.ctx;
-    call.keygen = vc::frame::NewContextHolder(ctx, CSP_CLASS_KEYGEN);
+    call.keygen = vc::frame::newContextHolder(ctx, CSP_CLASS_KEYGEN);
     if (call.keygen == nullptr) return VC_ERR_ALLOC;
-    call.macContext = vc::frame::NewContextHolder(ctx, CSP_CLASS_MAC);
+    call.macContext = vc::frame::newContextHolder(ctx, CSP_CLASS_MAC);
     if (call.macContext == nullptr) return VC_ERR_ALLOC;
     if (!copyInto(ctx, call.message, message.Data, message.Length, messageSlack)) return VC_ERR_ALLOC;
     const bool copied = macIn != nullptr ? copyInto(ctx, call.mac, macIn->Data, macIn->Length, 0)
@@ -82,15 +83,15 @@ int32_t prepare(MacCall &call, int32_t macId, const DataBlob &key, const DataBlo
     // start.
     const bool known = macId >= 0 && size_t(macId) < std::size(kMacAlgorithm);
     if (known) {
-        const vc::frame::CipherRow *row = vc::frame::FindCipherRow(uint32_t(macId));
+        const vc::frame::CipherRow *row = vc::frame::findCipherRow(uint32_t(macId));
         // The provider takes the row's fixed number of key bytes; a shorter blob is refused
         // rather than read past its end.
         if (key.Data == nullptr || key.Length < row->keyBytes ||
-            vc::frame::ImportProviderKey(call.keygen, row, key.Data, &call.keyRecord) != 0)
+            vc::frame::importProviderKey(call.keygen, row, key.Data, &call.keyRecord) != 0)
             return VC_ERR_KEY_IMPORT;
         call.record()->algorithm = kMacAlgorithm[macId];
     }
-    vc::frame::AddBlobAttribute(call.macContext, CSP_ATTR_KEY, &call.keyRecord);
+    vc::frame::addBlobAttribute(call.macContext, CSP_ATTR_KEY, &call.keyRecord);
     return VC_OK;
 }
 
@@ -145,7 +146,7 @@ extern "C" uint32_t V_VerifyMac(LibContext *ctx, int32_t macId, const DataBlob *
 extern "C" uint32_t V_GenRandom(LibContext *ctx, int32_t generatorId, uint32_t length, uint8_t **result) {
     if (ctx == nullptr || result == nullptr) return uint32_t(-1);
     if (ctx->state == nullptr) return uint32_t(ctx->error = VC_ERR_NOT_READY);
-    ContextHolder *holder = vc::frame::NewContextHolder(ctx, CSP_CLASS_RANDOM);
+    ContextHolder *holder = vc::frame::newContextHolder(ctx, CSP_CLASS_RANDOM);
     if (holder == nullptr) return uint32_t(ctx->error = VC_ERR_ALLOC);
     // The work buffer grows with requests above its usual 1,000 bytes.
     DataBlob work{length, allocate(ctx, std::max(length, kRandomBufferSize))};
@@ -155,7 +156,7 @@ extern "C" uint32_t V_GenRandom(LibContext *ctx, int32_t generatorId, uint32_t l
     } else {
         const bool known = generatorId >= 0 && size_t(generatorId) < std::size(kRandomAlgorithm);
         holder->record->algorithm = known ? kRandomAlgorithm[generatorId] : 0;
-        vc::frame::AddUint32Attribute(holder, CSP_ATTR_OUTPUT_SIZE, length);
+        vc::frame::addUint32Attribute(holder, CSP_ATTR_OUTPUT_SIZE, length);
         // A refused request stores nothing.
         if (CSP_GenerateRandom(CSP_MODULE_HANDLE, holder->record, nullptr, &work) != 0) {
             code = -1;
@@ -165,9 +166,9 @@ extern "C" uint32_t V_GenRandom(LibContext *ctx, int32_t generatorId, uint32_t l
             if (length > 0) std::memcpy(out, work.Data, length);
             *result = out;
         }
-        std::memset(work.Data, 0, std::max(length, kRandomBufferSize));
+        vc::secure_wipe(work.Data, std::max(length, kRandomBufferSize));
     }
     V_free(ctx, work.Data);
-    vc::frame::FreeContextHolder(ctx, holder);
+    vc::frame::freeContextHolder(ctx, holder);
     return uint32_t(code);
 }

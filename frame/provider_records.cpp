@@ -5,7 +5,7 @@
 
 namespace vc::frame {
 
-ContextHolder *NewContextHolder(LibContext *ctx, uint32_t contextClass) {
+ContextHolder *newContextHolder(LibContext *ctx, uint32_t contextClass) {
     auto *holder = static_cast<ContextHolder *>(V_calloc(ctx, 1, kHolderSize));
     if (holder == nullptr) return nullptr;
     holder->record = static_cast<CspContextRecord *>(V_calloc(ctx, 1, sizeof(CspContextRecord)));
@@ -18,7 +18,7 @@ ContextHolder *NewContextHolder(LibContext *ctx, uint32_t contextClass) {
     return holder;
 }
 
-void FreeContextHolder(LibContext *ctx, ContextHolder *holder) {
+void freeContextHolder(LibContext *ctx, ContextHolder *holder) {
     if (holder == nullptr) return;
     V_free(ctx, holder->record);
     V_free(ctx, holder);
@@ -33,19 +33,19 @@ CspAttribute *nextAttribute(ContextHolder *holder, uint32_t type) {
 }
 }  // namespace
 
-void AddUint32Attribute(ContextHolder *holder, uint32_t type, uint32_t value) {
+void addUint32Attribute(ContextHolder *holder, uint32_t type, uint32_t value) {
     CspAttribute *a = nextAttribute(holder, type);
     a->length = sizeof(uint32_t);
     a->value.uint32 = value;
 }
 
-void AddBlobAttribute(ContextHolder *holder, uint32_t type, DataBlob *blob) {
+void addBlobAttribute(ContextHolder *holder, uint32_t type, DataBlob *blob) {
     CspAttribute *a = nextAttribute(holder, type);
     a->length = sizeof(DataBlob);
     a->value.data = blob;
 }
 
-const CipherRow *FindCipherRow(uint32_t algorithm) {
+const CipherRow *findCipherRow(uint32_t algorithm) {
     // Indexed by service id. The key lengths are fixed per algorithm whatever the caller's key
     // record says; the 26 bytes of RC5 and the 5 bytes of id 11 are what existing cipher texts
     // were made with.
@@ -64,11 +64,11 @@ const CipherRow *FindCipherRow(uint32_t algorithm) {
     return &kRows[algorithm];
 }
 
-int32_t ImportProviderKey(ContextHolder *keygen, const CipherRow *row, const uint8_t *keyBytes,
+int32_t importProviderKey(ContextHolder *keygen, const CipherRow *row, const uint8_t *keyBytes,
                           DataBlob *keyRecord) {
     if (row == nullptr) return -1;
     keygen->record->algorithm = row->providerAlgorithm;
-    AddUint32Attribute(keygen, CSP_ATTR_KEY_LENGTH, 8 * row->keyBytes);
+    addUint32Attribute(keygen, CSP_ATTR_KEY_LENGTH, 8 * row->keyBytes);
     // The material blob's length is the table's, whatever the caller's key length says.
     const DataBlob material{row->keyBytes, const_cast<uint8_t *>(keyBytes)};
     keyRecord->Length = CSP_KEY_RECORD_MAX;

@@ -12,8 +12,8 @@
 #include <cstring>
 #include <initializer_list>
 #include <iterator>
-#include <string.h>
 
+#include "common/wipe.h"
 #include "frame/gpki_handoff.h"
 #include "frame/provider_records.h"
 #include "frame/symmetric_service.h"
@@ -24,11 +24,6 @@ namespace {
 
 constexpr uint32_t kBlock = 8;
 
-template <class T>
-void wipe(T &record) {
-    explicit_bzero(&record, sizeof record);
-}
-
 bool tripleDesCbc(const SymKeyRecord *key, const uint8_t *iv, bool encrypt, uint8_t *data,
                   uint32_t length) {
     if (key->keyLength < 24) return false;
@@ -38,7 +33,7 @@ bool tripleDesCbc(const SymKeyRecord *key, const uint8_t *iv, bool encrypt, uint
         E_DES3_3Key_CBC_Encrypt(data, data, &ks, length, iv);
     else
         E_DES3_3Key_CBC_Decrypt(data, data, &ks, length, iv);
-    wipe(ks);
+    vc::secure_wipe_object(ks);
     return true;
 }
 
@@ -51,13 +46,13 @@ bool rc2Cbc(const SymKeyRecord *key, const uint8_t *iv, bool encrypt, uint8_t *d
         E_RC2_CBC_Encrypt(data, data, &ks, length, iv);
     else
         E_RC2_CBC_Decrypt(data, data, &ks, length, iv);
-    wipe(ks);
+    vc::secure_wipe_object(ks);
     return true;
 }
 
 }  // namespace
 
-bool PrivateCbc(const SymKeyRecord *key, const uint8_t *iv, bool encrypt, uint8_t *data,
+bool privateCbc(const SymKeyRecord *key, const uint8_t *iv, bool encrypt, uint8_t *data,
                 uint32_t length) {
     if (key->key == nullptr || iv == nullptr || key->ivLength < kBlock || length == 0 ||
         length % kBlock != 0)
@@ -114,8 +109,8 @@ int32_t seedCbc(LibContext *ctx, const CipherRequest &r, const DataBlob *input, 
     if (r.iv == nullptr) return d == Direction::Encrypt ? VC_ERR_ENC_INIT : VC_ERR_DEC_INIT;
     const uint32_t length = input->Length;
     uint8_t *out = nullptr;
-    if (d == Direction::Encrypt && (out = AllocBytes(ctx, length, 32)) == nullptr) return VC_ERR_ALLOC;
-    uint8_t *work = AllocBytes(ctx, length, kSeedBlock);
+    if (d == Direction::Encrypt && (out = allocBytes(ctx, length, 32)) == nullptr) return VC_ERR_ALLOC;
+    uint8_t *work = allocBytes(ctx, length, kSeedBlock);
     if (work == nullptr) {
         V_free(ctx, out);
         return VC_ERR_ALLOC;
@@ -135,14 +130,15 @@ int32_t seedCbc(LibContext *ctx, const CipherRequest &r, const DataBlob *input, 
         const int64_t plain = unpaddedLength(work, length, kSeedBlock);
         if (plain < 0) {
             code = VC_ERR_BAD_PADDING;
-        } else if ((out = AllocBytes(ctx, uint32_t(plain), 0)) == nullptr) {
+        } else if ((out = allocBytes(ctx, uint32_t(plain), 0)) == nullptr) {
             code = VC_ERR_ALLOC;
         } else {
             outLength = uint32_t(plain);
             std::memcpy(out, work, outLength);
         }
     }
-    wipe(ks);
+    vc::secure_wipe_object(ks);
+    vc::secure_wipe(work, length + kSeedBlock);  // plaintext, before or after the cipher
     V_free(ctx, work);
     if (code == VC_OK)
         *output = DataBlob{outLength, out};
@@ -159,18 +155,18 @@ struct ProviderRun {
     bool keyMade = false;
 
     bool allocate(LibContext *ctx, uint32_t length) {
-        return (cipher = NewContextHolder(ctx, CSP_CLASS_SYMMETRIC)) != nullptr &&
-               (keygen = NewContextHolder(ctx, CSP_CLASS_KEYGEN)) != nullptr &&
-               (in = AllocBytes(ctx, length, 30)) != nullptr &&
-               (updateOut = AllocBytes(ctx, length, 1000)) != nullptr &&
-               (closing = AllocBytes(ctx, length, 1000)) != nullptr &&
-               (key.Data = AllocBytes(ctx, CSP_KEY_RECORD_MAX, 0)) != nullptr &&
-               (iv = AllocBytes(ctx, 16, 0)) != nullptr;
+        return (cipher = newContextHolder(ctx, CSP_CLASS_SYMMETRIC)) != nullptr &&
+               (keygen = newContextHolder(ctx, CSP_CLASS_KEYGEN)) != nullptr &&
+               (in = allocBytes(ctx, length, 30)) != nullptr &&
+               (updateOut = allocBytes(ctx, length, 1000)) != nullptr &&
+               (closing = allocBytes(ctx, length, 1000)) != nullptr &&
+               (key.Data = allocBytes(ctx, CSP_KEY_RECORD_MAX, 0)) != nullptr &&
+               (iv = allocBytes(ctx, 16, 0)) != nullptr;
     }
     void release(LibContext *ctx) {
         if (keyMade) CSP_FreeKey(CSP_MODULE_HANDLE, &key);  // wipes the key schedule
-        FreeContextHolder(ctx, cipher);
-        FreeContextHolder(ctx, keygen);
+        freeContextHolder(ctx, cipher);
+        freeContextHolder(ctx, keygen);
         for (uint8_t *p : {in, updateOut, closing, key.Data, iv}) V_free(ctx, p);
     }
 };
@@ -199,8 +195,8 @@ int32_t runProvider(LibContext *ctx, ProviderRun &run, const CipherRequest &r,
     std::memcpy(run.in, input->Data, length);
     if (length < kBlock) length = pad(run.in, length, kBlock);
 
-    const CipherRow *row = FindCipherRow(r.algorithm);
-    if (ImportProviderKey(run.keygen, row, r.key, &run.key) != 0) return VC_ERR_KEY_IMPORT;
+    const CipherRow *row = findCipherRow(r.algorithm);
+    if (importProviderKey(run.keygen, row, r.key, &run.key) != 0) return VC_ERR_KEY_IMPORT;
     run.keyMade = true;
     if (r.mode >= std::size(kCdsaMode)) return VC_ERR_MODE;
 
@@ -209,9 +205,9 @@ int32_t runProvider(LibContext *ctx, ProviderRun &run, const CipherRequest &r,
     if (iv.Length != 0) std::memcpy(run.iv, r.iv, iv.Length);
     CspContextRecord *cipher = run.cipher->record;
     cipher->algorithm = row->providerAlgorithm;
-    AddBlobAttribute(run.cipher, CSP_ATTR_KEY, &run.key);
-    AddUint32Attribute(run.cipher, CSP_ATTR_MODE, kCdsaMode[r.mode]);
-    AddBlobAttribute(run.cipher, CSP_ATTR_INIT_VECTOR, &iv);
+    addBlobAttribute(run.cipher, CSP_ATTR_KEY, &run.key);
+    addUint32Attribute(run.cipher, CSP_ATTR_MODE, kCdsaMode[r.mode]);
+    addBlobAttribute(run.cipher, CSP_ATTR_INIT_VECTOR, &iv);
 
     const DataBlob in{length, run.in};
     DataBlob out{input->Length + 1000, run.updateOut};
@@ -222,7 +218,7 @@ int32_t runProvider(LibContext *ctx, ProviderRun &run, const CipherRequest &r,
         return steps.updateFailed;
     if (steps.final(CSP_MODULE_HANDLE, cipher, &closing) != 0) return steps.finalFailed;
 
-    uint8_t *result = AllocBytes(ctx, written, closing.Length);
+    uint8_t *result = allocBytes(ctx, written, closing.Length);
     if (result == nullptr) return VC_ERR_ALLOC;
     std::memcpy(result, run.updateOut, written);
     std::memcpy(result + written, run.closing, closing.Length);
@@ -263,11 +259,11 @@ int32_t privateCipher(LibContext *ctx, const SymKeyRecord *key, const DataBlob *
     // Triple DES works on its own copy of the IV.
     uint8_t *ivCopy = nullptr;
     if (des3) {
-        if ((ivCopy = AllocBytes(ctx, key->ivLength, 0)) == nullptr) return VC_ERR_ALLOC;
+        if ((ivCopy = allocBytes(ctx, key->ivLength, 0)) == nullptr) return VC_ERR_ALLOC;
         if (key->iv != nullptr) std::memcpy(ivCopy, key->iv, key->ivLength);
     }
     const uint32_t length = input->Length;
-    uint8_t *out = AllocBytes(ctx, length, 20);
+    uint8_t *out = allocBytes(ctx, length, 20);
     if (out == nullptr) {
         V_free(ctx, ivCopy);
         return VC_ERR_ALLOC;
@@ -275,7 +271,7 @@ int32_t privateCipher(LibContext *ctx, const SymKeyRecord *key, const DataBlob *
     std::memcpy(out, input->Data, length);
     const uint32_t cipherLength = encrypt ? pad(out, length, kBlock) : length;
     int64_t outLength = -1;
-    if (PrivateCbc(key, des3 ? ivCopy : key->iv, encrypt, out, cipherLength))
+    if (privateCbc(key, des3 ? ivCopy : key->iv, encrypt, out, cipherLength))
         outLength = encrypt ? cipherLength : unpaddedLength(out, length, kBlock);
     V_free(ctx, ivCopy);
     if (outLength < 0) {
@@ -310,7 +306,7 @@ uint32_t symmetric(LibContext *ctx, const SymKeyRecord *key, const DataBlob *inp
         code = privateCipher(ctx, key, input, output, d);
         return finish(ctx, output, code, code);
     case V_SYM_GPKI:
-        code = GpkiSymmetric(ctx, key, input, output, d == Direction::Encrypt);
+        code = gpkiSymmetric(ctx, key, input, output, d == Direction::Encrypt);
         return finish(ctx, output, code, code);
     default:
         code = dispatch(state, {key->algorithm, key->mode, key->key, key->iv, false}, input, output, d);

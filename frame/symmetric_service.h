@@ -9,7 +9,7 @@
 namespace vc::frame {
 
 // V_calloc of length + extra bytes, or null when the sum does not fit in 32 bits.
-inline uint8_t *AllocBytes(LibContext *ctx, uint32_t length, uint32_t extra) {
+inline uint8_t *allocBytes(LibContext *ctx, uint32_t length, uint32_t extra) {
     if (length > UINT32_MAX - extra) return nullptr;
     return static_cast<uint8_t *>(V_calloc(ctx, 1, length + extra));
 }
@@ -19,7 +19,7 @@ inline uint8_t *AllocBytes(LibContext *ctx, uint32_t length, uint32_t extra) {
 // `length` bytes with the first 8 bytes of `iv`. They fail (false) instead of reading past the
 // caller's records: triple DES needs 24 key bytes, RC2 1 to 128; the IV needs 8 bytes; the
 // length must be a non-zero multiple of 8. Any other algorithm fails.
-bool PrivateCbc(const SymKeyRecord *key, const uint8_t *iv, bool encrypt, uint8_t *data,
+bool privateCbc(const SymKeyRecord *key, const uint8_t *iv, bool encrypt, uint8_t *data,
                 uint32_t length);
 
 }  // namespace vc::frame

@@ -1,8 +1,7 @@
 // HAS-160 (TTAS.KO-12.0011/R1). Counting and buffering follow SHA-1, but the words are
 // little-endian: the buffer keeps message bytes in order and the bit count is stored low word
 // first at bytes 56..63 of the last block.
-#include "hash/hash_util.h"
-#include "hash/md5.h"  // the buffering rule it shares with MD5
+#include "hash/md_buffer.h"
 
 #include <vorelcrypto/hash.h>
 
@@ -61,17 +60,11 @@ template <unsigned... I>
     (step<I>(v[0], v[1], v[2], v[3], v[4], x), ...);
 }
 
-// Copies each of `blocks` input blocks into the buffer and compresses it there, keeping the
-// chaining words in registers between blocks. With no input, compresses the buffer once.
-void compress(uint32_t *state, uint8_t *buffer, const uint8_t *data, uint32_t blocks) {
+void compressBlocks(uint32_t *state, const uint8_t *data, size_t blocks) {
     uint32_t v[5] = {state[0], state[1], state[2], state[3], state[4]};
-    for (; blocks > 0; --blocks) {
-        if (data != nullptr) {
-            std::memcpy(buffer, data, 64);
-            data += 64;
-        }
+    for (; blocks > 0; --blocks, data += 64) {
         uint32_t x[20];
-        for (unsigned i = 0; i < 16; ++i) x[i] = load32le(buffer + 4 * i);
+        for (unsigned i = 0; i < 16; ++i) x[i] = load32le(data + 4 * i);
         const uint32_t start[5] = {v[0], v[1], v[2], v[3], v[4]};
         allSteps(v, x, std::make_integer_sequence<unsigned, 80>());
         for (unsigned i = 0; i < 5; ++i) v[i] += start[i];
@@ -79,9 +72,14 @@ void compress(uint32_t *state, uint8_t *buffer, const uint8_t *data, uint32_t bl
     for (unsigned i = 0; i < 5; ++i) state[i] = v[i];
 }
 
+// Every block is gathered in the buffer before it is compressed, as MD5 does.
+using Has160Engine =
+    StateEngine<Has160Context, BitCount::Carry, BlockCopy::Always, compressBlocks>;
+
 }  // namespace
 }  // namespace vc::hash
 
+using namespace vc;
 using namespace vc::hash;
 
 extern "C" {
@@ -96,23 +94,11 @@ VC_API void E_HAS160_Init(Has160Context *context) {
 }
 
 VC_API void E_HAS160_Update(Has160Context *context, const uint8_t *data, uint32_t length) {
-    absorbThroughBuffer(context, data, length, compress);
+    mdUpdate<Has160Engine>(*context, data, length);
 }
 
 VC_API void E_HAS160_Final(Has160Context *context, uint8_t *digest) {
-    uint32_t fill = (context->countLow >> 3) & 63;
-    context->buffer[fill] = 0x80;
-    if (fill >= 56) {
-        std::memset(context->buffer + fill + 1, 0, 63 - fill);
-        compress(context->state, context->buffer, nullptr, 1);
-        std::memset(context->buffer, 0, 56);
-    } else {
-        std::memset(context->buffer + fill + 1, 0, 55 - fill);
-    }
-    store32le(context->buffer + 56, context->countLow);
-    store32le(context->buffer + 60, context->countHigh);
-    compress(context->state, context->buffer, nullptr, 1);
-    for (unsigned i = 0; i < 5; ++i) store32le(digest + 4 * i, context->state[i]);
+    mdFinishLittleEndian<Has160Engine>(*context, digest);
 }
 
 VC_API void E_HAS160(uint8_t *digest, const uint8_t *data, uint32_t length) {

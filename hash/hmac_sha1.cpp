@@ -3,6 +3,8 @@
 // enters the outer pad as 16 bytes of its SHA-1 digest.
 #include <vorelcrypto/hash.h>
 
+#include "common/wipe.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -35,6 +37,7 @@ void E_HMAC_SHA1_Init(HmacSha1Context *context, const uint8_t *key, int32_t keyL
     makePad(pad, key, keyLength, 0x36);
     E_SHA1_Init(&context->inner);
     E_SHA1_Update(&context->inner, pad, 64);
+    vc::secure_wipe(pad, sizeof pad);
 }
 
 void E_HMAC_SHA1_Update(HmacSha1Context *context, const uint8_t *data, uint32_t length) {
@@ -49,6 +52,7 @@ void E_HMAC_SHA1_Final(HmacSha1Context *context, uint8_t *mac) {
     E_SHA1_Update(&context->outer, pad, 64);
     E_SHA1_Update(&context->outer, mac, 16);
     E_SHA1_Final(&context->outer, mac);
+    vc::secure_wipe(pad, sizeof pad);
 }
 
 void E_HMAC_SHA1(const uint8_t *data, uint32_t dataLength, const uint8_t *key, int32_t keyLength,
@@ -57,6 +61,7 @@ void E_HMAC_SHA1(const uint8_t *data, uint32_t dataLength, const uint8_t *key, i
     E_HMAC_SHA1_Init(&ctx, key, keyLength);
     E_HMAC_SHA1_Update(&ctx, data, dataLength);
     E_HMAC_SHA1_Final(&ctx, mac);
+    vc::secure_wipe_object(ctx);
 }
 
 }  // extern "C"

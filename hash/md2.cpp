@@ -56,6 +56,7 @@ void processBlock(Md2Context *context, const uint8_t *block) {
 }  // namespace
 }  // namespace vc::hash
 
+using namespace vc;
 using namespace vc::hash;
 
 extern "C" {

@@ -1,6 +1,6 @@
 // MD4 (RFC 1320). Update completes a partial block in the buffer, then compresses whole blocks
-// straight from the caller's input; Final pads and appends the bit count through Update.
-#include "hash/hash_util.h"
+// straight from the caller's input (hash/md_buffer.h).
+#include "hash/md_buffer.h"
 
 #include <vorelcrypto/hash.h>
 
@@ -53,7 +53,7 @@ template <unsigned... I>
 }
 
 // Compresses consecutive 64-byte blocks, keeping the chaining words in registers between them.
-void compress(uint32_t *state, const uint8_t *data, uint32_t blocks = 1) {
+void compressBlocks(uint32_t *state, const uint8_t *data, size_t blocks) {
     uint32_t v[4] = {state[0], state[1], state[2], state[3]};
     for (; blocks > 0; --blocks, data += 64) {
         const uint32_t start[4] = {v[0], v[1], v[2], v[3]};
@@ -63,11 +63,12 @@ void compress(uint32_t *state, const uint8_t *data, uint32_t blocks = 1) {
     for (unsigned i = 0; i < 4; ++i) state[i] = v[i];
 }
 
-constexpr uint8_t kPadding[64] = {0x80};
+using Md4Engine = StateEngine<Md4Context, BitCount::Carry, BlockCopy::Never, compressBlocks>;
 
 }  // namespace
 }  // namespace vc::hash
 
+using namespace vc;
 using namespace vc::hash;
 
 extern "C" {
@@ -81,34 +82,11 @@ VC_API void E_MD4_Init(Md4Context *context) {
 }
 
 VC_API void E_MD4_Update(Md4Context *context, const uint8_t *data, uint32_t length) {
-    if (length == 0) return;  // nothing to count or keep
-    uint32_t fill = (context->countLow >> 3) & 63;
-    // MD4's own carry rule: the low word wrapped when it ends below the bits just added.
-    uint32_t bits = length << 3;
-    context->countLow += bits;
-    if (context->countLow < bits) ++context->countHigh;
-    context->countHigh += length >> 29;
-
-    uint32_t room = 64 - fill, done = 0;
-    if (length >= room) {
-        std::memcpy(context->buffer + fill, data, room);
-        compress(context->state, context->buffer);
-        uint32_t blocks = (length - room) / 64;
-        if (blocks > 0) compress(context->state, data + room, blocks);
-        done = room + 64 * blocks;
-        fill = 0;
-    }
-    std::memcpy(context->buffer + fill, data + done, length - done);
+    mdUpdate<Md4Engine>(*context, data, length);
 }
 
 VC_API void E_MD4_Final(Md4Context *context, uint8_t *digest) {
-    uint8_t count[8];
-    store32le(count, context->countLow);
-    store32le(count + 4, context->countHigh);
-    uint32_t fill = (context->countLow >> 3) & 63;
-    E_MD4_Update(context, kPadding, fill < 56 ? 56 - fill : 120 - fill);
-    E_MD4_Update(context, count, 8);
-    for (unsigned i = 0; i < 4; ++i) store32le(digest + 4 * i, context->state[i]);
+    mdFinishLittleEndian<Md4Engine>(*context, digest);
 }
 
 VC_API void E_MD4(uint8_t *digest, const uint8_t *data, uint32_t length) {

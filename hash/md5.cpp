@@ -1,8 +1,8 @@
 // MD5 (RFC 1321). Update gathers every block in the context's buffer before compressing it and
-// counts bits as SHA-1 does; Final pads through Update.
+// counts bits as SHA-1 does (hash/md_buffer.h).
 #include "hash/md5.h"
 
-#include "hash/hash_util.h"
+#include "hash/md_buffer.h"
 
 #include <utility>
 
@@ -60,23 +60,18 @@ template <unsigned... I>
     (step<I>(v[0], v[1], v[2], v[3], block), ...);
 }
 
-// Copies each of `blocks` input blocks into the buffer and compresses it there, keeping the
-// chaining words in registers between blocks. With no input, compresses the buffer once.
-void compress(uint32_t *state, uint8_t *buffer, const uint8_t *data, uint32_t blocks) {
+// Compresses consecutive blocks, keeping the chaining words in registers between them.
+void compressBlocks(uint32_t *state, const uint8_t *data, size_t blocks) {
     uint32_t v[4] = {state[0], state[1], state[2], state[3]};
-    for (; blocks > 0; --blocks) {
-        if (data != nullptr) {
-            std::memcpy(buffer, data, 64);
-            data += 64;
-        }
+    for (; blocks > 0; --blocks, data += 64) {
         const uint32_t start[4] = {v[0], v[1], v[2], v[3]};
-        allSteps(v, buffer, std::make_integer_sequence<unsigned, 64>());
+        allSteps(v, data, std::make_integer_sequence<unsigned, 64>());
         for (unsigned i = 0; i < 4; ++i) v[i] += start[i];
     }
     for (unsigned i = 0; i < 4; ++i) state[i] = v[i];
 }
 
-constexpr uint8_t kPadding[64] = {0x80};
+using Md5Engine = StateEngine<Md5Context, BitCount::Carry, BlockCopy::Always, compressBlocks>;
 
 }  // namespace
 
@@ -89,17 +84,11 @@ void md5Init(Md5Context *context) {
 }
 
 void md5Update(Md5Context *context, const uint8_t *data, uint32_t length) {
-    absorbThroughBuffer(context, data, length, compress);
+    mdUpdate<Md5Engine>(*context, data, length);
 }
 
 void md5Final(Md5Context *context, uint8_t *digest) {
-    uint32_t low = context->countLow, high = context->countHigh;
-    uint32_t fill = (low >> 3) & 63;
-    md5Update(context, kPadding, fill < 56 ? 56 - fill : 120 - fill);
-    store32le(context->buffer + 56, low);
-    store32le(context->buffer + 60, high);
-    compress(context->state, context->buffer, nullptr, 1);
-    for (unsigned i = 0; i < 4; ++i) store32le(digest + 4 * i, context->state[i]);
+    mdFinishLittleEndian<Md5Engine>(*context, digest);
 }
 
 void md5(uint8_t *digest, const uint8_t *data, uint32_t length) {

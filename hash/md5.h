@@ -25,33 +25,4 @@ void md5Update(Md5Context *context, const uint8_t *data, uint32_t length);
 void md5Final(Md5Context *context, uint8_t *digest);
 void md5(uint8_t *digest, const uint8_t *data, uint32_t length);
 
-// The buffering rule that MD5 and HAS-160 share with SHA-1: count the bits, complete a partial
-// block, pass whole blocks to `compress`, keep the rest at the buffer's start. The context is
-// any record with countLow, countHigh, state and a 64-byte buffer; compress(state, buffer, data,
-// blocks) copies each block into the buffer before compressing it, and with no data compresses
-// the buffer as it stands.
-using BufferCompress = void (*)(uint32_t *state, uint8_t *buffer, const uint8_t *data,
-                                uint32_t blocks);
-
-template <class Context>
-void absorbThroughBuffer(Context *context, const uint8_t *data, uint32_t length,
-                         BufferCompress compress) {
-    if (length == 0) return;
-    uint32_t fill = (context->countLow >> 3) & 63;
-    addBitCount(context->countLow, context->countHigh, length);
-    if (fill != 0) {
-        uint32_t room = 64 - fill;
-        if (length < room) {
-            std::memcpy(context->buffer + fill, data, length);
-            return;
-        }
-        std::memcpy(context->buffer + fill, data, room);
-        compress(context->state, context->buffer, nullptr, 1);
-        data += room;
-        length -= room;
-    }
-    if (length >= 64) compress(context->state, context->buffer, data, length / 64);
-    std::memcpy(context->buffer, data + (length & ~63u), length & 63);
-}
-
 }  // namespace vc::hash

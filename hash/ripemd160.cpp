@@ -1,6 +1,6 @@
 // RIPEMD-160 (Dobbertin, Bosselaers, Preneel). Two parallel lines of 80 steps each. Message
 // bytes are gathered straight into the little-endian words of the context's buffer.
-#include "hash/hash_util.h"
+#include "hash/md_buffer.h"
 
 #include <vorelcrypto/hash.h>
 
@@ -84,17 +84,32 @@ void compress(uint32_t *h, const uint32_t *x) {
     h[0] = t;
 }
 
-// Appends one byte to the buffer word it belongs to; a word's first byte clears it.
-inline void putByte(Ripemd160Context *context, uint32_t byte) {
-    uint32_t &word = context->buffer[context->fill >> 2];
-    unsigned shift = 8 * (context->fill & 3);
-    word = shift == 0 ? byte : word | byte << shift;
-    ++context->fill;
-}
+// The buffer holds the message's little-endian words; whole blocks pass through it. A partly
+// filled word keeps zeros above its bytes, and the context's fill field follows the count.
+struct Ripemd160Engine {
+    using Context = Ripemd160Context;
+    static constexpr uint32_t kBlock = 64;
+    static constexpr BitCount kCount = BitCount::Carry;
+    static constexpr BlockCopy kCopy = BlockCopy::Always;
+    static uint8_t *buffer(Context &c) { return reinterpret_cast<uint8_t *>(c.buffer); }
+    static void compress(Context &c, const uint8_t *data, size_t blocks) {
+        for (; blocks > 0; --blocks, data += 64) {
+            uint32_t x[16];
+            for (unsigned i = 0; i < 16; ++i) x[i] = load32le(data + 4 * i);
+            vc::hash::compress(c.state, x);
+        }
+    }
+    static void compressBuffer(Context &c) { vc::hash::compress(c.state, c.buffer); }
+    static void stored(Context &c, uint32_t, uint32_t to) {
+        c.fill = int32_t(to & 63);
+        if (to & 3) std::memset(buffer(c) + to, 0, 4 - (to & 3));
+    }
+};
 
 }  // namespace
 }  // namespace vc::hash
 
+using namespace vc;
 using namespace vc::hash;
 
 extern "C" {
@@ -110,35 +125,14 @@ VC_API void E_RIPEMD160_Init(Ripemd160Context *context) {
 }
 
 VC_API void E_RIPEMD160_Update(Ripemd160Context *context, const uint8_t *data, uint32_t length) {
-    addBitCount(context->countLow, context->countHigh, length);
-    while (length > 0) {
-        if (context->fill == 0 && length >= 64) {
-            for (unsigned i = 0; i < 16; ++i) context->buffer[i] = load32le(data + 4 * i);
-            compress(context->state, context->buffer);
-            data += 64;
-            length -= 64;
-            continue;
-        }
-        putByte(context, *data++);
-        --length;
-        if (context->fill == 64) {
-            compress(context->state, context->buffer);
-            context->fill = 0;
-        }
-    }
+    mdUpdate<Ripemd160Engine>(*context, data, length);
 }
 
 VC_API void E_RIPEMD160_Final(Ripemd160Context *context, uint8_t *digest) {
-    int32_t fill = context->fill;
-    putByte(context, 0x80);
-    for (int32_t i = (fill >> 2) + 1; i < 16; ++i) context->buffer[i] = 0;
-    if (fill >= 56) {
-        compress(context->state, context->buffer);
-        for (unsigned i = 0; i < 14; ++i) context->buffer[i] = 0;
-    }
+    mdPad<Ripemd160Engine>(*context, uint32_t(context->fill));
     context->buffer[14] = context->countLow;
     context->buffer[15] = context->countHigh;
-    compress(context->state, context->buffer);
+    compressBuffer<Ripemd160Engine>(*context);
     for (unsigned i = 0; i < 5; ++i) store32le(digest + 4 * i, context->state[i]);
 }
 

@@ -1,15 +1,15 @@
 // SHA-1 (FIPS 180-2), SHA-0 (FIPS 180) and the bare SHA-1 compression E_MySHA1.
 //
-// The context buffer keeps the documented shape: message bytes whose words are byte-reversed in
+// The context buffer has the shape callers see in ShaContext: message bytes whose words are byte-reversed in
 // place before they are compressed. Whole blocks of a long Update are compressed straight from
 // the caller's bytes; the last of them is then left in the buffer exactly as the word-by-word
 // procedure would leave it. SHA-1 uses the processor's SHA extensions when it has them.
 #include <vorelcrypto/hash.h>
 
-#include "hash/hash_util.h"
+#include "common/cpu.h"
+#include "hash/md_buffer.h"
 #include "hash/sha1.h"
 
-#include <cpuid.h>
 #include <immintrin.h>
 
 #include <utility>
@@ -124,14 +124,6 @@ void sha1CompressNi(uint32_t state[5], const uint8_t *data, size_t blocks, bool 
         sha1Ni<Source::HostWords>(state, data, blocks);
 }
 
-bool detectShaExtensions() {
-    unsigned a, b, c, d;
-    if (!__get_cpuid(1, &a, &b, &c, &d)) return false;
-    bool ssse3 = c & (1u << 9), sse41 = c & (1u << 19);
-    if (!__get_cpuid_count(7, 0, &a, &b, &c, &d)) return false;
-    return ssse3 && sse41 && (b & (1u << 29));
-}
-
 // ---- portable code and dispatch ----
 
 template <Source S>
@@ -143,7 +135,7 @@ void sha1Compress(uint32_t state[5], const uint8_t *data, size_t blocks) {
 }
 
 template <bool Sha1>
-void compressBuffer(ShaContext *ctx) {
+void compressWords(ShaContext *ctx) {
     auto block = reinterpret_cast<const uint8_t *>(ctx->buffer);
     if constexpr (Sha1)
         sha1Compress<Source::HostWords>(ctx->state, block, 1);
@@ -163,7 +155,7 @@ inline uint8_t *bufferBytes(ShaContext *ctx) { return reinterpret_cast<uint8_t *
 
 // Byte-reverses `count` buffer words starting at word `first` (to big-endian on this host).
 inline void convertWords(ShaContext *ctx, unsigned first, unsigned count) {
-    for (unsigned i = first; i < first + count; ++i) ctx->buffer[i] = __builtin_bswap32(ctx->buffer[i]);
+    for (unsigned i = first; i < first + count; ++i) ctx->buffer[i] = byteSwap32(ctx->buffer[i]);
 }
 
 void init(ShaContext *ctx) {
@@ -171,62 +163,35 @@ void init(ShaContext *ctx) {
     ctx->countLow = ctx->countHigh = 0;
 }
 
-// Compresses the whole blocks at the front of data and leaves the last of them in the buffer,
-// converted, as copying and converting block by block would. Returns the bytes consumed.
+// SHA-1 and SHA-0 share the counting and the buffer (hash/md_buffer.h); they differ in when
+// buffered words are byte-reversed. Whole blocks of an Update are compressed straight from the
+// caller's bytes, and the last of them is left in the buffer, converted, as copying and
+// converting block by block would leave it.
 template <bool Sha1>
-uint32_t absorbBlocks(ShaContext *ctx, const uint8_t *data, uint32_t length) {
-    uint32_t blocks = length / 64;
-    if (blocks == 0) return 0;
-    compressBytes<Sha1>(ctx->state, data, blocks);
-    std::memcpy(ctx->buffer, data + 64 * (blocks - 1), 64);
-    convertWords(ctx, 0, 16);
-    return 64 * blocks;
-}
-
-template <bool Sha1>
-void updateSha1(ShaContext *ctx, const uint8_t *data, uint32_t length) {
-    if (length == 0) return;
-    uint32_t fill = (ctx->countLow >> 3) & 63;
-    addBitCount(ctx->countLow, ctx->countHigh, length);
-    if (fill != 0) {
-        if (length < 64 - fill) {
-            std::memcpy(bufferBytes(ctx) + fill, data, length);
-            return;
-        }
-        std::memcpy(bufferBytes(ctx) + fill, data, 64 - fill);
-        convertWords(ctx, 0, 16);
-        compressBuffer<Sha1>(ctx);
-        data += 64 - fill;
-        length -= 64 - fill;
+struct ShaEngine {
+    using Context = ShaContext;
+    static constexpr uint32_t kBlock = 64;
+    static constexpr BitCount kCount = BitCount::Carry;
+    static constexpr BlockCopy kCopy = BlockCopy::Never;
+    static uint8_t *buffer(Context &c) { return bufferBytes(&c); }
+    static void compress(Context &c, const uint8_t *data, size_t blocks) {
+        compressBytes<Sha1>(c.state, data, blocks);
+        std::memcpy(c.buffer, data + 64 * (blocks - 1), 64);
+        convertWords(&c, 0, 16);
     }
-    uint32_t used = absorbBlocks<Sha1>(ctx, data, length);
-    std::memcpy(ctx->buffer, data + used, length - used);
-}
-
-// SHA-0's update converts words counted from the start of the buffer rather than from the fill,
-// and converts the leading words of a partial block as soon as they arrive. A block continued by
-// a later Update therefore has words converted twice; existing digests depend on this.
-void updateSha0(ShaContext *ctx, const uint8_t *data, uint32_t length) {
-    if (length == 0) return;
-    uint32_t fill = (ctx->countLow >> 3) & 63;
-    addBitCount(ctx->countLow, ctx->countHigh, length);
-    if (fill != 0) {
-        if (length < 64 - fill) {
-            std::memcpy(bufferBytes(ctx) + fill, data, length);
-            convertWords(ctx, 0, length / 4);
-            return;
+    static void compressBuffer(Context &c) { compressWords<Sha1>(&c); }
+    // SHA-1 converts a block's words once it is complete. SHA-0 converts the words of each
+    // piece as soon as it arrives, counted from the start of the buffer rather than from the
+    // fill, so a block continued by a later Update has words converted twice; existing digests
+    // depend on this.
+    static void stored(Context &c, uint32_t from, uint32_t to) {
+        if constexpr (Sha1) {
+            if (to == 64) convertWords(&c, 0, 16);
+        } else {
+            convertWords(&c, 0, (to - from) / 4);
         }
-        uint32_t n = 64 - fill;
-        std::memcpy(bufferBytes(ctx) + fill, data, n);
-        convertWords(ctx, 0, n / 4);
-        compressBuffer<false>(ctx);
-        data += n;
-        length -= n;
     }
-    uint32_t used = absorbBlocks<false>(ctx, data, length);
-    std::memcpy(ctx->buffer, data + used, length - used);
-    convertWords(ctx, 0, (length - used) / 4);
-}
+};
 
 // Padding and length block shared by SHA-1 and SHA-0. SHA-1 converts the whole words of the
 // partial block here; SHA-0 converted them in Update already.
@@ -242,22 +207,19 @@ void finish(ShaContext *ctx, uint8_t *digest) {
     } else {
         std::memset(bytes + fill + 1, 0, 63 - fill);
         convertWords(ctx, fill / 4, 1);
-        compressBuffer<Sha1>(ctx);
+        compressWords<Sha1>(ctx);
         std::memset(bytes, 0, 56);
     }
     ctx->buffer[14] = ctx->countHigh;
     ctx->buffer[15] = ctx->countLow;
-    compressBuffer<Sha1>(ctx);
-    for (uint32_t &h : ctx->state) h = __builtin_bswap32(h);
+    compressWords<Sha1>(ctx);
+    for (uint32_t &h : ctx->state) h = byteSwap32(h);
     std::memcpy(digest, ctx->state, 20);
 }
 
 }  // namespace
 
-bool cpuHasShaExtensions() {
-    static const bool has = detectShaExtensions();
-    return has;
-}
+bool cpuHasShaExtensions() { return cpuFeatures().sha; }
 
 namespace {
 bool &shaExtensionsFlag() {
@@ -275,13 +237,14 @@ void sha1CompressBytes(uint32_t state[5], const uint8_t *data, size_t blocks) {
 
 }  // namespace vc::hash
 
+using namespace vc;
 using namespace vc::hash;
 
 extern "C" {
 
 void E_SHA1_Init(ShaContext *context) { init(context); }
 void E_SHA1_Update(ShaContext *context, const uint8_t *data, uint32_t length) {
-    updateSha1<true>(context, data, length);
+    mdUpdate<ShaEngine<true>>(*context, data, length);
 }
 void E_SHA1_Final(ShaContext *context, uint8_t *digest) { finish<true>(context, digest); }
 void E_SHA1(uint8_t *digest, const uint8_t *data, uint32_t length) {
@@ -293,7 +256,7 @@ void E_SHA1(uint8_t *digest, const uint8_t *data, uint32_t length) {
 
 void E_SHA_Init(ShaContext *context) { init(context); }
 void E_SHA_Update(ShaContext *context, const uint8_t *data, uint32_t length) {
-    updateSha0(context, data, length);
+    mdUpdate<ShaEngine<false>>(*context, data, length);
 }
 void E_SHA_Final(ShaContext *context, uint8_t *digest) { finish<false>(context, digest); }
 void E_SHA(uint8_t *digest, const uint8_t *data, uint32_t length) {

@@ -4,7 +4,7 @@
 // are used when present.
 #include <vorelcrypto/hash.h>
 
-#include "hash/hash_util.h"
+#include "hash/md_buffer.h"
 #include "hash/sha1.h"
 
 #include <immintrin.h>
@@ -112,44 +112,16 @@ VC_SHA_TARGET void compressNi(uint32_t state[8], const uint8_t *data, size_t blo
     _mm_storeu_si128(reinterpret_cast<__m128i *>(state + 4), _mm_alignr_epi8(dchg, feba, 8));
 }
 
-void update(Sha256Context *ctx, const uint8_t *data, uint32_t length) {
-    if (length == 0) return;
-    uint32_t fill = (ctx->countLow >> 3) & 63;
-    ctx->countLow += length << 3;  // no carry into countHigh: existing digests depend on it
-    ctx->countHigh += length >> 29;
-    if (length >= 64 - fill) {
-        std::memcpy(ctx->buffer + fill, data, 64 - fill);
-        sha256Compress(ctx->state, ctx->buffer, 1);
-        data += 64 - fill;
-        length -= 64 - fill;
-        if ((reinterpret_cast<uintptr_t>(data) & 3) == 0) {
-            sha256Compress(ctx->state, data, length / 64);
-            data += length & ~63u;
-        } else {
-            for (; length >= 64; data += 64, length -= 64) {
-                std::memcpy(ctx->buffer, data, 64);
-                sha256Compress(ctx->state, ctx->buffer, 1);
-            }
-        }
-        length &= 63;
-        fill = 0;
-    }
-    std::memcpy(ctx->buffer + fill, data, length);
-}
+// Blocks are compressed in place when the input is 4-byte aligned and copied into the buffer
+// first otherwise. The count does not carry into the high word: existing digests depend on it.
+using Sha256Engine =
+    StateEngine<Sha256Context, BitCount::NoCarry, BlockCopy::WhenMisaligned, sha256Compress>;
 
 void finish(Sha256Context *ctx, uint8_t *digest) {
-    uint32_t fill = (ctx->countLow >> 3) & 63;
-    ctx->buffer[fill] = 0x80;
-    if (fill >= 56) {
-        std::memset(ctx->buffer + fill + 1, 0, 63 - fill);
-        sha256Compress(ctx->state, ctx->buffer, 1);
-        std::memset(ctx->buffer, 0, 56);
-    } else {
-        std::memset(ctx->buffer + fill + 1, 0, 55 - fill);
-    }
-    store32be(ctx->buffer + 56, ctx->countHigh);
-    store32be(ctx->buffer + 60, ctx->countLow);
-    sha256Compress(ctx->state, ctx->buffer, 1);
+    uint8_t *field = mdPad<Sha256Engine>(*ctx, bufferFill<Sha256Engine>(*ctx));
+    store32be(field, ctx->countHigh);
+    store32be(field + 4, ctx->countLow);
+    compressBuffer<Sha256Engine>(*ctx);
     for (int i = 0; i < 8; ++i) store32be(digest + 4 * i, ctx->state[i]);
 }
 
@@ -173,7 +145,7 @@ void E_SHA256_Init(Sha256Context *context) {
 }
 
 void E_SHA256_Update(Sha256Context *context, const uint8_t *data, uint32_t length) {
-    vc::hash::update(context, data, length);
+    vc::hash::mdUpdate<vc::hash::Sha256Engine>(*context, data, length);
 }
 
 void E_SHA256_Final(Sha256Context *context, uint8_t *digest) { vc::hash::finish(context, digest); }

@@ -3,7 +3,8 @@
 // copied into the context first otherwise. The 128-bit bit count carries fully.
 #include <vorelcrypto/hash.h>
 
-#include "hash/hash_util.h"
+#include "common/cpu.h"
+#include "hash/md_buffer.h"
 #include "hash/sha1.h"
 
 #include <utility>
@@ -125,13 +126,11 @@ __attribute__((target("bmi2,avx2,avx512f,avx512vl"))) void compressAvx512(uint64
 using Compress = void (*)(uint64_t s[8], const uint8_t *data, size_t blocks);
 
 bool supported(Sha512Code code) {
-    __builtin_cpu_init();
+    const CpuFeatures &cpu = cpuFeatures();
     switch (code) {
     case Sha512Code::Baseline: return true;
-    case Sha512Code::Bmi2Avx: return __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("avx");
-    case Sha512Code::Avx512:
-        return supported(Sha512Code::Bmi2Avx) && __builtin_cpu_supports("avx2") &&
-               __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl");
+    case Sha512Code::Bmi2Avx: return cpu.bmi2 && cpu.avx;
+    case Sha512Code::Avx512: return cpu.bmi2 && cpu.avx && cpu.avx2 && cpu.avx512f && cpu.avx512vl;
     }
     return false;
 }
@@ -155,51 +154,27 @@ void init(Sha512Context *ctx, const uint64_t (&iv)[8]) {
     for (uint32_t &c : ctx->count) c = 0;
 }
 
-// Adds v to count word i, carrying into the words above it.
-void addToCount(uint32_t count[4], int i, uint32_t v) {
-    for (; i < 4 && v != 0; ++i) {
-        count[i] += v;
-        v = count[i] < v ? 1 : 0;
+// Blocks are compressed in place when the input is 4-byte aligned and copied into the buffer
+// first otherwise; the 128-bit count carries fully.
+struct Sha512Engine {
+    using Context = Sha512Context;
+    static constexpr uint32_t kBlock = 128;
+    static constexpr BitCount kCount = BitCount::Wide;
+    static constexpr BlockCopy kCopy = BlockCopy::WhenMisaligned;
+    static uint8_t *buffer(Context &c) { return c.buffer; }
+    static void compress(Context &c, const uint8_t *data, size_t blocks) {
+        vc::hash::compress(&c, data, blocks);
     }
-}
+};
 
 void update(Sha512Context *ctx, const uint8_t *data, uint32_t length) {
-    if (length == 0) return;
-    uint32_t fill = (ctx->count[0] >> 3) & 127;
-    addToCount(ctx->count, 0, length << 3);
-    addToCount(ctx->count, 1, length >> 29);
-    if (length >= 128 - fill) {
-        std::memcpy(ctx->buffer + fill, data, 128 - fill);
-        compress(ctx, ctx->buffer, 1);
-        data += 128 - fill;
-        length -= 128 - fill;
-        if ((reinterpret_cast<uintptr_t>(data) & 3) == 0) {
-            compress(ctx, data, length / 128);
-            data += length & ~127u;
-        } else {
-            for (; length >= 128; data += 128, length -= 128) {
-                std::memcpy(ctx->buffer, data, 128);
-                compress(ctx, ctx->buffer, 1);
-            }
-        }
-        length &= 127;
-        fill = 0;
-    }
-    std::memcpy(ctx->buffer + fill, data, length);
+    mdUpdate<Sha512Engine>(*ctx, data, length);
 }
 
 void finish(Sha512Context *ctx, uint8_t *digest, int words) {
-    uint32_t fill = (ctx->count[0] >> 3) & 127;
-    ctx->buffer[fill] = 0x80;
-    if (fill >= 112) {
-        std::memset(ctx->buffer + fill + 1, 0, 127 - fill);
-        compress(ctx, ctx->buffer, 1);
-        std::memset(ctx->buffer, 0, 112);
-    } else {
-        std::memset(ctx->buffer + fill + 1, 0, 111 - fill);
-    }
-    for (int i = 0; i < 4; ++i) store32be(ctx->buffer + 124 - 4 * i, ctx->count[i]);
-    compress(ctx, ctx->buffer, 1);
+    uint8_t *field = mdPad<Sha512Engine>(*ctx, bufferFill<Sha512Engine>(*ctx));
+    for (int i = 0; i < 4; ++i) store32be(field + 12 - 4 * i, ctx->count[i]);
+    compressBuffer<Sha512Engine>(*ctx);
     for (int i = 0; i < words; ++i) store64be(digest + 8 * i, stateWord(ctx, i));
 }
 
@@ -226,6 +201,7 @@ bool selectSha512Code(Sha512Code code) {
 
 }  // namespace vc::hash
 
+using namespace vc;
 using namespace vc::hash;
 
 extern "C" {

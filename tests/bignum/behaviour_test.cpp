@@ -62,6 +62,10 @@ const struct Pin { const char *name; Num (*make)(); uint32_t sign; Words want; }
     {"division by a one-word zero writes nothing", [] { return divByZero(W({0})); }, 0, {0, 1, 2, 3}},
     {"right shift past the length: one-word zero", [] { Num r = W({}, 1); return EN_RShift(r.p(), W({1, 2, 3}).p(), 160), r; },
      0, {0}},
+    {"right shift by exactly the length: empty, sign kept", [] {
+         Num r = W({5, 5, 5, 5});
+         return EN_RShift(r.p(), W({1, 2, 3}, 1).p(), 96), r;
+     }, 1, {}},
     {"right shift clears the spare word, copies the sign", [] {
          Num r;
          std::fill(r.store.begin(), r.store.end(), 0xAAAAAAAAu), r.e.sign = 1;

@@ -20,6 +20,23 @@ using Gmp = void (*)(mpz_ptr w, mpz_srcptr x, mpz_srcptr y, mpz_srcptr m, uint32
 #define GMP(...) [](mpz_ptr w, mpz_srcptr x, mpz_srcptr y, mpz_srcptr m, uint32_t k) { __VA_ARGS__; }
 #define MODGMP(...) GMP(__VA_ARGS__; mpz_mod(w, w, m))
 
+// Divisors from 2^16 + 1 up to 2^32 - 1.
+uint32_t wideDivisor(uint32_t k) { return 0x10001u + k * 1771875u % 0xFFFEFFFFu; }
+
+// EN_ModWord folds 16 bits at a time into a 32-bit remainder, exact while the remainder stays
+// below 2^16; above that the shift drops the remainder's high bits (mod 2^32), and existing
+// values depend on it. The model reads |x| as 16-bit digits from GMP.
+uint32_t modWordModel(mpz_srcptr x, uint32_t w) {
+    uint32_t c = 0;
+    for (long d = long(mpz_sizeinbase(x, 2) + 15) / 16 - 1; d >= 0; d--) {
+        Mpz digit;
+        mpz_tdiv_q_2exp(digit, x, 16 * d);
+        const uint32_t v = uint32_t(mpz_get_ui(digit) & 0xFFFF);
+        c = uint32_t((uint64_t(c) << 16) + v) % w;
+    }
+    return c;
+}
+
 const struct Op { const char *name; X x; Y y; Form form; Ours ours; Gmp gmp; } kOps[] = {
     {"add", A, B, Exact, OURS(EN_Add(r, x, y)), GMP(mpz_add(w, x, y))},
     {"sub", A, B, Exact, OURS(EN_Sub(r, x, y)), GMP(mpz_sub(w, x, y))},
@@ -53,6 +70,8 @@ const struct Op { const char *name; X x; Y y; Form form; Ours ours; Gmp gmp; } k
     {"bit set", UA, B, Value, OURS(EN_U32ToENUM(r, uint32_t(EN_IsBitSet(x, int32_t(k) - 32)))),
      GMP(mpz_set_ui(w, k >= 32 && mpz_tstbit(x, k - 32)))},
     {"mod word", UA, B, Value, OURS(EN_U32ToENUM(r, EN_ModWord(x, 13 * k + 1))), GMP(mpz_set_ui(w, mpz_tdiv_ui(x, 13 * k + 1)))},
+    {"mod word above 2^16", UA, B, Value, OURS(EN_U32ToENUM(r, EN_ModWord(x, wideDivisor(k)))),
+     GMP(mpz_set_ui(w, modWordModel(x, wideDivisor(k))))},
     {"mod add", RA, RB, Exact, OURS(EN_Mod_Add(r, x, y, m)), MODGMP(mpz_add(w, x, y))},
     {"mod sub", RA, RB, Exact, OURS(EN_Mod_Sub(r, x, y, m)), MODGMP(mpz_sub(w, x, y))},
     {"mod mul", RA, RB, Exact, OURS(EN_Mod_Mul(r, x, y, m)), MODGMP(mpz_mul(w, x, y))},

@@ -1,5 +1,5 @@
-// The 64-bit limb kernels against the documented 32-bit steps they stand in for, including the
-// rare inputs where the documented steps leave the textbook result.
+// The 64-bit limb kernels against the 32-bit reference steps they stand in for, including the
+// rare inputs where the reference steps leave the textbook result.
 #include "bignum/bn_internal.h"
 #include "bn_test_util.h"
 

@@ -50,9 +50,9 @@ TEST_F(KeyWrap, TripleDesDropsItsPaddingBlock) {
     ASSERT_EQ(call(false, record(1, 24, 8), head(wrapped, 16), unwrapped), 0u);
     EXPECT_EQ(unwrapped, m);
     EXPECT_EQ(call(false, record(1, 16, 8), m, unwrapped), 30033u);  // needs 24 key bytes
-    EXPECT_EQ(ctx.error, 30033);
+    EXPECT_EQ(ctx.error, VC_ERR_DECRYPTION);
     EXPECT_EQ(call(true, record(1, 16, 8), m, wrapped), 30032u);
-    EXPECT_EQ(ctx.error, 30023);  // as V_Encryption stored it
+    EXPECT_EQ(ctx.error, VC_ERR_DIRECT_ENC);  // as V_Encryption stored it
 }
 
 // SEED input of 8 mod 16 bytes: the engine enciphers the zero-filled last block and the wrap
@@ -79,21 +79,21 @@ TEST_F(KeyWrap, RefusedInputsAndAlgorithms) {
     for (uint32_t alg : {0u, 1u, 10u, 15u}) {
         const SymKeyRecord k = record(alg);
         for (size_t len : {0, 4, 12}) {
-            EXPECT_EQ(call(true, k, Bytes(len, 1), out), 30000u);
-            EXPECT_EQ(ctx.error, 30000);
-            EXPECT_EQ(call(false, k, Bytes(len, 1), out), 30000u);
+            EXPECT_EQ(call(true, k, Bytes(len, 1), out), uint32_t(VC_ERR_NOT_READY));
+            EXPECT_EQ(ctx.error, VC_ERR_NOT_READY);
+            EXPECT_EQ(call(false, k, Bytes(len, 1), out), uint32_t(VC_ERR_NOT_READY));
         }
-        EXPECT_EQ(V_KeyEncryption(&ctx, &k, &noData, &o), 30000u);
-        EXPECT_EQ(V_KeyDecryption(&ctx, &k, nullptr, &o), 30000u);
+        EXPECT_EQ(V_KeyEncryption(&ctx, &k, &noData, &o), uint32_t(VC_ERR_NOT_READY));
+        EXPECT_EQ(V_KeyDecryption(&ctx, &k, nullptr, &o), uint32_t(VC_ERR_NOT_READY));
         EXPECT_EQ(V_KeyDecryption(nullptr, &k, &noData, &o), uint32_t(-1));
     }
     for (uint32_t alg : {0u, 10u, 2u, 3u, 5u, 11u}) {  // DES and SEED without an IV, algorithms that cannot wrap
         SymKeyRecord k = record(alg);
         if (alg == 0 || alg == 10) k.iv = nullptr;
         EXPECT_EQ(call(true, k, Bytes(16), out), 30032u);
-        if (k.iv) { EXPECT_EQ(ctx.error, 30032); }
+        if (k.iv) { EXPECT_EQ(ctx.error, VC_ERR_ENCRYPTION); }
         EXPECT_EQ(call(false, k, Bytes(16), out), 30033u);
-        if (k.iv) { EXPECT_EQ(ctx.error, 30033); }
+        if (k.iv) { EXPECT_EQ(ctx.error, VC_ERR_DECRYPTION); }
     }
 }
 
@@ -125,7 +125,7 @@ TEST_F(KeyWrap, EveryAllocationFailure) {
             const bool viaService = f == V_KeyEncryption && k.algorithm == 1;
             const int n = failEachAllocation([&](DataBlob &o) { return f(&ctx, &k, &in, &o); }, [&](uint32_t r) {
                 EXPECT_EQ(r, viaService ? 30032u : 20006u);
-                EXPECT_EQ(ctx.error, 20006);
+                EXPECT_EQ(ctx.error, VC_ERR_ALLOC);
             });
             EXPECT_EQ(n, viaService ? 2 : 1);
         }

@@ -32,15 +32,22 @@ TEST_F(MacService, GenerateAndVerifyAgainstOpenSsl) {
             const Bytes want = oracle(id, key, msg);
             ASSERT_EQ(want.size(), macLength);
             EXPECT_EQ(Bytes(mac.Data, mac.Data + mac.Length), want) << "id " << id << " len " << len;
-            // The right MAC verifies and leaves the error field alone; a damaged or cut one
-            // does not verify and stores nothing.
+            // The right MAC verifies and leaves the error field alone; one a byte shorter or
+            // longer, or with any one byte changed, does not verify and stores nothing.
             ctx.error = kEarlier;
             EXPECT_EQ(V_VerifyMac(&ctx, id, &k, &m, &mac), 0u);
-            Bytes bad(mac.Data, mac.Data + mac.Length);
-            bad[rng.below(uint32_t(bad.size()))] ^= 0x10;
-            DataBlob wrong = blob(bad), cut{mac.Length - 1, mac.Data};
-            EXPECT_EQ(V_VerifyMac(&ctx, id, &k, &m, &wrong), uint32_t(VC_ERR_MAC_MISMATCH));
-            EXPECT_EQ(V_VerifyMac(&ctx, id, &k, &m, &cut), uint32_t(VC_ERR_MAC_MISMATCH));
+            Bytes forged(mac.Data, mac.Data + mac.Length);
+            forged.push_back(0);
+            for (uint32_t length : {mac.Length - 1, mac.Length + 1}) {
+                DataBlob other{length, forged.data()};
+                EXPECT_EQ(V_VerifyMac(&ctx, id, &k, &m, &other), uint32_t(VC_ERR_MAC_MISMATCH)) << length;
+            }
+            for (uint32_t i = 0; i < mac.Length; ++i) {
+                DataBlob changed{mac.Length, forged.data()};
+                forged[i] ^= uint8_t(0x80 >> (i % 8));
+                EXPECT_EQ(V_VerifyMac(&ctx, id, &k, &m, &changed), uint32_t(VC_ERR_MAC_MISMATCH)) << i;
+                forged[i] = mac.Data[i];
+            }
             EXPECT_EQ(ctx.error, kEarlier);
             take(mac);
         }

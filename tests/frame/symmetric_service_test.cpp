@@ -45,21 +45,26 @@ SymKeyRecord record(uint32_t alg, uint32_t mode, Bytes &key, Bytes &iv) {
 TEST_F(Symmetric, EncryptionAgainstOracles) {
     struct Case { uint32_t alg, mode; const char *evp; int gcry; uint32_t keyMin, keyMax, ivBytes; };
     const Case cases[] = {
-        {1, 1, "DES-EDE3-CBC", 0, 24, 24, 8}, {2, 1, "RC2-CBC", 0, 1, 128, 8}, {11, 1, "RC2-CBC", 0, 1, 128, 8},
-        {10, 1, "SEED-CBC", 0, 16, 16, 16},   {0, 0, "DES-ECB", 0, 8, 8, 8},   {0, 1, "DES-CBC", 0, 8, 8, 8},
-        {0, 2, "DES-CFB", 0, 8, 8, 8},        {0, 3, "DES-OFB", 0, 8, 8, 8},   {6, 0, "BF-ECB", 0, 8, 8, 8},
-        {6, 1, "BF-CBC", 0, 8, 8, 8},         {6, 2, "BF-CFB", 0, 8, 8, 8},    {6, 3, "BF-OFB", 0, 8, 8, 8},
-        {3, 1, "RC4", 0, 8, 8, 8},            {5, 0, nullptr, GCRY_CIPHER_MODE_ECB, 16, 16, 8},
-        {5, 1, nullptr, GCRY_CIPHER_MODE_CBC, 16, 16, 8}, {5, 2, nullptr, GCRY_CIPHER_MODE_CFB, 16, 16, 8},
-        {5, 3, nullptr, GCRY_CIPHER_MODE_OFB, 16, 16, 8}};
+        {V_SYM_DES3, V_MODE_CBC, "DES-EDE3-CBC", 0, 24, 24, 8}, {V_SYM_RC2, V_MODE_CBC, "RC2-CBC", 0, 1, 128, 8},
+        {V_SYM_RC2_40, V_MODE_CBC, "RC2-CBC", 0, 1, 128, 8}, {V_SYM_SEED, V_MODE_CBC, "SEED-CBC", 0, 16, 16, 16},
+        {V_SYM_DES, V_MODE_ECB, "DES-ECB", 0, 8, 8, 8}, {V_SYM_DES, V_MODE_CBC, "DES-CBC", 0, 8, 8, 8},
+        {V_SYM_DES, V_MODE_CFB, "DES-CFB", 0, 8, 8, 8}, {V_SYM_DES, V_MODE_OFB, "DES-OFB", 0, 8, 8, 8},
+        {V_SYM_BLOWFISH, V_MODE_ECB, "BF-ECB", 0, 8, 8, 8}, {V_SYM_BLOWFISH, V_MODE_CBC, "BF-CBC", 0, 8, 8, 8},
+        {V_SYM_BLOWFISH, V_MODE_CFB, "BF-CFB", 0, 8, 8, 8}, {V_SYM_BLOWFISH, V_MODE_OFB, "BF-OFB", 0, 8, 8, 8},
+        {V_SYM_RC4, V_MODE_CBC, "RC4", 0, 8, 8, 8},
+        {V_SYM_IDEA, V_MODE_ECB, nullptr, GCRY_CIPHER_MODE_ECB, 16, 16, 8},
+        {V_SYM_IDEA, V_MODE_CBC, nullptr, GCRY_CIPHER_MODE_CBC, 16, 16, 8},
+        {V_SYM_IDEA, V_MODE_CFB, nullptr, GCRY_CIPHER_MODE_CFB, 16, 16, 8},
+        {V_SYM_IDEA, V_MODE_OFB, nullptr, GCRY_CIPHER_MODE_OFB, 16, 16, 8},
+    };
     for (const Case &c : cases) {
-        const bool provider = c.alg == 0 || (c.alg >= 3 && c.alg <= 6);
+        const bool provider = c.alg == V_SYM_DES || (c.alg >= V_SYM_RC4 && c.alg <= V_SYM_BLOWFISH);
         for (size_t len = 0; len <= 100; ++len) {
             Bytes key = rng.bytes(c.keyMin + rng.below(c.keyMax - c.keyMin + 1)), iv = rng.bytes(c.ivBytes);
             const Bytes m = rng.bytes(len), back = provider ? prePad(m) : m;
-            const Bytes p = c.alg != 3 && c.mode <= 1 ? pkcsPad(back, c.ivBytes) : back;
-            const int bits = c.alg == 2 || c.alg == 11 ? int(8 * key.size()) : 0;
-            const Bytes want = c.evp ? evp(c.evp, true, key, c.alg == 3 ? Bytes{} : iv, p, false, bits)
+            const Bytes p = c.alg != V_SYM_RC4 && c.mode <= V_MODE_CBC ? pkcsPad(back, c.ivBytes) : back;
+            const int bits = c.alg == V_SYM_RC2 || c.alg == V_SYM_RC2_40 ? int(8 * key.size()) : 0;
+            const Bytes want = c.evp ? evp(c.evp, true, key, c.alg == V_SYM_RC4 ? Bytes{} : iv, p, false, bits)
                                      : ideaGcrypt(c.gcry, key, iv, p);
             roundTrip(record(c.alg, c.mode, key, iv), m, &want, back);
         }
@@ -94,7 +99,7 @@ TEST_F(Symmetric, FixedIvAgainstOpenSsl) {
             Bytes key = rng.bytes(c.keyBytes);
             const Bytes m = rng.bytes(len), p = c.pkcs ? pkcsPad(prePad(m), 8) : prePad(m);
             const Bytes want = c.alg == 10 ? evp(c.evp, true, key, iv16, m, true)
-                                           : evp(c.evp, true, key, c.alg == 3 ? Bytes{} : iv8, p, false, c.bits);
+                                           : evp(c.evp, true, key, c.alg == V_SYM_RC4 ? Bytes{} : iv8, p, false, c.bits);
             Result e = fixedIv(true, c.alg, c.mode, key, m);
             EXPECT_EQ(e.data, want) << c.alg << " " << len;
             EXPECT_EQ(fixedIv(false, c.alg, c.mode, key, e.data).data, c.alg == 10 ? m : prePad(m));
@@ -102,9 +107,9 @@ TEST_F(Symmetric, FixedIvAgainstOpenSsl) {
     }
     Bytes key(8);
     DataBlob k{8, key.data()}, out{};
-    EXPECT_EQ(V_Encryption_IV_Fix(nullptr, 0, 1, &k, &k, &out), 30000u);
-    EXPECT_EQ(V_Decryption_IV_Fix(ctx.state, 0, 1, &k, nullptr, &out), 30000u);
-    EXPECT_EQ(ctx.error, 30000);
+    EXPECT_EQ(V_Encryption_IV_Fix(nullptr, 0, 1, &k, &k, &out), uint32_t(VC_ERR_NOT_READY));
+    EXPECT_EQ(V_Decryption_IV_Fix(ctx.state, 0, 1, &k, nullptr, &out), uint32_t(VC_ERR_NOT_READY));
+    EXPECT_EQ(ctx.error, VC_ERR_NOT_READY);
 }
 
 // Failures of each path: code returned, code stored, the dispatch's code in the state (-1: not
@@ -113,21 +118,36 @@ TEST_F(Symmetric, FixedIvAgainstOpenSsl) {
 TEST_F(Symmetric, Failures) {
     struct Case { uint32_t alg, mode, keyLength, ivLength; int last; size_t len; bool encrypt;
                   uint32_t returned; int32_t stored, inner; };
+    constexpr uint32_t kNoAlgorithm = 7, kNoMode = 4;  // ids the service does not know
     const Case cases[] = {
-        {1, 1, 16, 8, -1, 16, true, 30023, 30023, -1}, {1, 1, 24, 7, -1, 16, true, 30023, 30023, -1},
-        {2, 1, 0, 8, -1, 16, true, 30025, 30025, -1},  {11, 1, 129, 8, -1, 8, false, 30026, 30026, -1},
-        {1, 1, 24, 8, -1, 12, false, 30024, 30024, -1}, {2, 1, 8, 8, -1, 0, false, 30026, 30026, -1},
-        {1, 1, 24, 8, 9, 16, false, 30024, 30024, -1}, {1, 1, 24, 8, 0, 16, false, 30024, 30024, -1},
-        {2, 1, 8, 8, 9, 8, false, 30026, 30026, -1},   {2, 1, 5, 8, 255, 16, false, 30026, 30026, -1},
-        {10, 0, 16, 16, -1, 5, true, 30004, 30032, 30004}, {10, 2, 16, 16, -1, 16, false, 30033, 30033, 30004},
-        {10, 1, 16, 16, 0, 32, false, 30033, 30033, 30027}, {10, 1, 16, 16, 17, 32, false, 30033, 30033, 30027},
-        {10, 1, 16, 16, -1, 24, false, 30033, 30033, 30027}, {10, 1, 16, 16, -1, 0, false, 30033, 30033, 30027},
-        {7, 1, 8, 8, -1, 8, true, 30002, 30032, 30002}, {16, 1, 8, 8, -1, 8, false, 30033, 30033, 30002},
-        {0, 4, 8, 8, -1, 16, true, 30004, 30032, 30004}, {0, 9, 8, 8, -1, 16, false, 30033, 30033, 30004},
-        {0, 1, 8, 0, -1, 16, true, 30005, 30032, 30005}, {0, 1, 8, 0, -1, 16, false, 30033, 30033, 30010},
-        {0, 1, 8, 8, -1, 12, false, 30033, 30033, 30011}, {0, 0, 8, 8, 0x55, 16, false, 30033, 30033, 30011},
-        {10, 1, 16, 0, -1, 16, true, 30005, 30032, 30005}, {10, 1, 16, 0, -1, 16, false, 30033, 30033, 30010}};
-    const char *names[] = {"DES-ECB", "DES-EDE3-CBC", "RC2-CBC"};
+        {V_SYM_DES3, V_MODE_CBC, 16, 8, -1, 16, true, VC_ERR_DIRECT_ENC, VC_ERR_DIRECT_ENC, -1},
+        {V_SYM_DES3, V_MODE_CBC, 24, 7, -1, 16, true, VC_ERR_DIRECT_ENC, VC_ERR_DIRECT_ENC, -1},
+        {V_SYM_RC2, V_MODE_CBC, 0, 8, -1, 16, true, VC_ERR_DIRECT_ENC2, VC_ERR_DIRECT_ENC2, -1},
+        {V_SYM_RC2_40, V_MODE_CBC, 129, 8, -1, 8, false, VC_ERR_DIRECT_DEC2, VC_ERR_DIRECT_DEC2, -1},
+        {V_SYM_DES3, V_MODE_CBC, 24, 8, -1, 12, false, VC_ERR_DIRECT_DEC, VC_ERR_DIRECT_DEC, -1},
+        {V_SYM_RC2, V_MODE_CBC, 8, 8, -1, 0, false, VC_ERR_DIRECT_DEC2, VC_ERR_DIRECT_DEC2, -1},
+        {V_SYM_DES3, V_MODE_CBC, 24, 8, 9, 16, false, VC_ERR_DIRECT_DEC, VC_ERR_DIRECT_DEC, -1},
+        {V_SYM_DES3, V_MODE_CBC, 24, 8, 0, 16, false, VC_ERR_DIRECT_DEC, VC_ERR_DIRECT_DEC, -1},
+        {V_SYM_RC2, V_MODE_CBC, 8, 8, 9, 8, false, VC_ERR_DIRECT_DEC2, VC_ERR_DIRECT_DEC2, -1},
+        {V_SYM_RC2, V_MODE_CBC, 5, 8, 255, 16, false, VC_ERR_DIRECT_DEC2, VC_ERR_DIRECT_DEC2, -1},
+        {V_SYM_SEED, V_MODE_ECB, 16, 16, -1, 5, true, VC_ERR_MODE, VC_ERR_ENCRYPTION, VC_ERR_MODE},
+        {V_SYM_SEED, V_MODE_CFB, 16, 16, -1, 16, false, VC_ERR_DECRYPTION, VC_ERR_DECRYPTION, VC_ERR_MODE},
+        {V_SYM_SEED, V_MODE_CBC, 16, 16, 0, 32, false, VC_ERR_DECRYPTION, VC_ERR_DECRYPTION, VC_ERR_BAD_PADDING},
+        {V_SYM_SEED, V_MODE_CBC, 16, 16, 17, 32, false, VC_ERR_DECRYPTION, VC_ERR_DECRYPTION, VC_ERR_BAD_PADDING},
+        {V_SYM_SEED, V_MODE_CBC, 16, 16, -1, 24, false, VC_ERR_DECRYPTION, VC_ERR_DECRYPTION, VC_ERR_BAD_PADDING},
+        {V_SYM_SEED, V_MODE_CBC, 16, 16, -1, 0, false, VC_ERR_DECRYPTION, VC_ERR_DECRYPTION, VC_ERR_BAD_PADDING},
+        {kNoAlgorithm, V_MODE_CBC, 8, 8, -1, 8, true, VC_ERR_KEY_IMPORT, VC_ERR_ENCRYPTION, VC_ERR_KEY_IMPORT},
+        {kNoAlgorithm + 9, V_MODE_CBC, 8, 8, -1, 8, false, VC_ERR_DECRYPTION, VC_ERR_DECRYPTION, VC_ERR_KEY_IMPORT},
+        {V_SYM_DES, kNoMode, 8, 8, -1, 16, true, VC_ERR_MODE, VC_ERR_ENCRYPTION, VC_ERR_MODE},
+        {V_SYM_DES, kNoMode + 5, 8, 8, -1, 16, false, VC_ERR_DECRYPTION, VC_ERR_DECRYPTION, VC_ERR_MODE},
+        {V_SYM_DES, V_MODE_CBC, 8, 0, -1, 16, true, VC_ERR_ENC_INIT, VC_ERR_ENCRYPTION, VC_ERR_ENC_INIT},
+        {V_SYM_DES, V_MODE_CBC, 8, 0, -1, 16, false, VC_ERR_DECRYPTION, VC_ERR_DECRYPTION, VC_ERR_DEC_INIT},
+        {V_SYM_DES, V_MODE_CBC, 8, 8, -1, 12, false, VC_ERR_DECRYPTION, VC_ERR_DECRYPTION, VC_ERR_DEC_UPDATE},
+        {V_SYM_DES, V_MODE_ECB, 8, 8, 0x55, 16, false, VC_ERR_DECRYPTION, VC_ERR_DECRYPTION, VC_ERR_DEC_UPDATE},
+        {V_SYM_SEED, V_MODE_CBC, 16, 0, -1, 16, true, VC_ERR_ENC_INIT, VC_ERR_ENCRYPTION, VC_ERR_ENC_INIT},
+        {V_SYM_SEED, V_MODE_CBC, 16, 0, -1, 16, false, VC_ERR_DECRYPTION, VC_ERR_DECRYPTION, VC_ERR_DEC_INIT},
+    };
+    const char *names[] = {"DES-ECB", "DES-EDE3-CBC", "RC2-CBC"};  // by V_SYM_DES, V_SYM_DES3, V_SYM_RC2
     for (const Case &c : cases) {
         Bytes key = rng.bytes(200), iv = rng.bytes(16), in(c.len, 0x55);
         SymKeyRecord k = record(c.alg, c.mode, key, iv);
@@ -136,7 +156,7 @@ TEST_F(Symmetric, Failures) {
         if (c.ivLength == 0) k.iv = nullptr;
         if (c.last >= 0) {
             in.back() = uint8_t(c.last);
-            const bool seed = c.alg == 10;
+            const bool seed = c.alg == V_SYM_SEED;
             in = evp(seed ? "SEED-CBC" : names[c.alg > 1 ? 2 : c.alg], true, head(key, c.keyLength),
                      seed || c.alg ? head(iv, seed ? 16 : 8) : Bytes{}, in, false, c.alg > 1 && !seed ? 8 * c.keyLength : 0);
         }
@@ -163,12 +183,12 @@ TEST_F(Symmetric, MissingStateOrInput) {
     LibContext empty{};
     for (auto f : {V_Encryption, V_Decryption}) {
         EXPECT_EQ(f(nullptr, &k, &good, &out), uint32_t(-1));
-        EXPECT_EQ(f(&empty, &k, &good, &out), 30000u);
-        EXPECT_EQ(empty.error, 30000);
+        EXPECT_EQ(f(&empty, &k, &good, &out), uint32_t(VC_ERR_NOT_READY));
+        EXPECT_EQ(empty.error, VC_ERR_NOT_READY);
         for (auto [kr, in] : {std::pair<const SymKeyRecord *, const DataBlob *>{&k, nullptr}, {&k, &noData}, {nullptr, &good}}) {
             out = DataBlob{5, m.data()};
-            EXPECT_EQ(f(&ctx, kr, in, &out), 30000u);
-            EXPECT_EQ(ctx.error, 30000);
+            EXPECT_EQ(f(&ctx, kr, in, &out), uint32_t(VC_ERR_NOT_READY));
+            EXPECT_EQ(ctx.error, VC_ERR_NOT_READY);
             EXPECT_EQ(out.Data, nullptr);
         }
     }
@@ -176,11 +196,11 @@ TEST_F(Symmetric, MissingStateOrInput) {
 
 TEST_F(Symmetric, GpkiHandOff) {
     Bytes key = rng.bytes(16), iv = rng.bytes(16);
-    const SymKeyRecord k = record(15, 0, key, iv);
+    const SymKeyRecord k = record(V_SYM_GPKI, V_MODE_ECB, key, iv);
     ctx.error = 777;
-    EXPECT_EQ(run(true, k, Bytes(8)).code, 60004u);
+    EXPECT_EQ(run(true, k, Bytes(8)).code, uint32_t(VC_ERR_GPKI_ABSENT));
     EXPECT_EQ(ctx.error, 777);  // not stored
-    EXPECT_EQ(run(false, k, Bytes(16)).code, 60004u);
+    EXPECT_EQ(run(false, k, Bytes(16)).code, uint32_t(VC_ERR_GPKI_ABSENT));
     EXPECT_EQ(ctx.error, 0);  // cleared at entry
     fakegpki::Module &gpki = fakegpki::Install();
     std::snprintf(ctx.gpkiWork, sizeof ctx.gpkiWork, "work string 42");
@@ -194,8 +214,8 @@ TEST_F(Symmetric, GpkiHandOff) {
             gpki.failSlot = slot;
             gpki.declineErrorText = decline;
             gpki.slots.clear();
-            EXPECT_EQ(run(slot != 14, k, c).code, 100000u);
-            EXPECT_EQ(ctx.error, 100000);
+            EXPECT_EQ(run(slot != 14, k, c).code, uint32_t(VC_ERR_GPKI));
+            EXPECT_EQ(ctx.error, VC_ERR_GPKI);
             EXPECT_STREQ(ctx.message, decline ? "GPKI ErrCode = 4242\n" : fakegpki::kErrorText);
             EXPECT_EQ(std::count(gpki.slots.begin(), gpki.slots.end(), 3), 1);
             // The call returns at once: the session is left open, nothing is deleted or closed.
