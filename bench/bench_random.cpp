@@ -1,4 +1,5 @@
-// Prime generation and the entropy pool beside OpenSSL.
+// Prime generation and the entropy pool beside OpenSSL, the pool also drawn from two threads at
+// once (its lock against OpenSSL's per-thread generators).
 #include <vorelcrypto/prime.h>
 #include <vorelcrypto/random.h>
 
@@ -52,6 +53,8 @@ const bool registered = [] {
             ->Unit(benchmark::kMillisecond);
     benchmark::RegisterBenchmark("rand_bytes/ours", randOurs)->Arg(32)->Arg(4096);
     benchmark::RegisterBenchmark("rand_bytes/openssl", randOpenssl)->Arg(32)->Arg(4096);
+    benchmark::RegisterBenchmark("rand_bytes_shared/ours", randOurs)->Arg(32)->Threads(2);
+    benchmark::RegisterBenchmark("rand_bytes_shared/openssl", randOpenssl)->Arg(32)->Threads(2);
     return true;
 }();
 

@@ -1,5 +1,6 @@
-// The provider reports failures through one process-wide variable read by GetError. Only
-// failures write it, so GetError tells the last failure, not the result of the last call.
+// The provider reports failures through one variable per thread read by GetError, so that a
+// failure in one thread never changes what another thread reads. Only failures write it, so
+// GetError tells the calling thread's last failure, not the result of its last call.
 #include "csp/provider_error.h"
 
 #include <vorelcrypto/csp.h>
@@ -7,7 +8,7 @@
 namespace vc::csp {
 
 namespace {
-int32_t g_lastReason = 0;
+thread_local int32_t g_lastReason = 0;
 }
 
 int32_t SetProviderError(int32_t reason) {

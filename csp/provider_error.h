@@ -1,4 +1,4 @@
-// The provider's process-wide error variable.
+// The provider's error variable, one per thread.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,5 @@
 // The DES generator, the MD5 hash-chain generator and the byte and ENUM front ends over them.
+#include "common/wipe.h"
 #include "hash/md5.h"
 #include "random/random_internal.h"
 
@@ -29,8 +30,8 @@ const DesKeySchedule kSchedule2 = {{
     0xc8e0f80c, 0x84ec3440, 0x041860fc, 0xc8e040fc, 0xe8dc888c, 0xb020d400, 0x1c18a8b4, 0x480c6898,
 }};
 
-DesState g_des{{}, {}, true};
-ChainState g_chain{{}, true};
+DesState g_des{{}, {}, true, 0};
+ChainState g_chain{{}, true, 0};
 
 void storeWords(uint8_t *dst, uint32_t w0, uint32_t w1) {
     std::memcpy(dst, &w0, 4);
@@ -44,7 +45,6 @@ void xor8(uint8_t *dst, const uint8_t *src) {
 // A from the time, B from the process id and clock; 32 bytes of the operating system's
 // generator are folded into A and B on top.
 void seedDes(DesState &st) {
-    st.firstUse = false;
     uint32_t t = timeSeconds();
     storeWords(st.a, t ^ 0x5c13e7a9u, t ^ 0x2d94b6f0u);
     storeWords(st.b, processId(), processClockMs());
@@ -54,7 +54,7 @@ void seedDes(DesState &st) {
         xor8(st.a, extra + i);
         xor8(st.b, extra + i + 8);
     }
-    std::memset(extra, 0, sizeof extra);
+    secure_wipe(extra, sizeof extra);
 }
 
 // One step: A ^= B, A = DES1(A), B = DES2(B), B ^= A.
@@ -68,7 +68,6 @@ void desStep(DesState &st) {
 // S from the screen size (0 here), the process id and the tick count, hashed together with 32
 // bytes of the operating system's generator.
 void seedChain(ChainState &st) {
-    st.firstUse = false;
     const uint16_t pid = uint16_t(processId());
     const uint32_t k = tickCount();
     const uint16_t width = 0, height = 0;
@@ -79,7 +78,27 @@ void seedChain(ChainState &st) {
     std::memcpy(seed + 2, &hi, 2);
     osRandom(seed + 4, 32);
     hash::md5(st.s, seed, sizeof seed);
-    std::memset(seed, 0, sizeof seed);
+    secure_wipe(seed, sizeof seed);
+}
+
+// A state copied into a child by fork(): the child's process id and fresh entropy are folded
+// into A and B, so that parent and child part ways.
+void mixDes(DesState &st, const uint8_t *fresh) {
+    for (uint32_t i = 0; i < kForkSeedLen; i++) {
+        if (i % 16 < 8)
+            st.a[i % 8] ^= fresh[i];
+        else
+            st.b[i % 8] ^= fresh[i];
+    }
+}
+
+// A chain copied into a child by fork(): S = MD5(S || process id || fresh entropy).
+void mixChain(ChainState &st, const uint8_t *fresh) {
+    uint8_t seed[16 + kForkSeedLen];
+    std::memcpy(seed, st.s, 16);
+    std::memcpy(seed + 16, fresh, kForkSeedLen);
+    hash::md5(st.s, seed, sizeof seed);
+    secure_wipe(seed, sizeof seed);
 }
 
 }  // namespace
@@ -94,10 +113,11 @@ using namespace vc::random;
 extern "C" {
 
 void E_GenerateRandom_DES(uint8_t *out, uint32_t len) {
+    std::lock_guard<std::mutex> lock(generatorLock(Generator::kDes));
     DesState &st = g_des;
-    if (st.firstUse) seedDes(st);
+    refreshState(st, seedDes, mixDes);
+    uint8_t oldB[8];
     while (len > 8) {
-        uint8_t oldB[8];
         std::memcpy(oldB, st.b, 8);
         desStep(st);
         std::memcpy(out, st.b, 8);
@@ -106,20 +126,23 @@ void E_GenerateRandom_DES(uint8_t *out, uint32_t len) {
         out += 8;
         len -= 8;
     }
+    vc::secure_wipe(oldB, sizeof oldB);
     if (len == 0) return;
     desStep(st);
     std::memcpy(out, st.b, len);
 }
 
 void E_GenerateRandom_MD5(uint8_t *out, uint32_t len) {
+    std::lock_guard<std::mutex> lock(generatorLock(Generator::kChain));
     ChainState &st = g_chain;
-    if (st.firstUse) seedChain(st);
+    refreshState(st, seedChain, mixChain);
+    uint8_t next[16];
     for (uint32_t done = 0; done < len; done += 16) {
-        uint8_t next[16];
         vc::hash::md5(next, st.s, 16);
         std::memcpy(st.s, next, 16);
         std::memcpy(out + done, st.s, len - done < 16 ? len - done : 16);
     }
+    vc::secure_wipe(next, sizeof next);
 }
 
 void E_GenerateRandom(uint8_t *out, uint32_t len, uint32_t useDes) {

@@ -1,4 +1,6 @@
-// Random numbers of an exact bit length, from the entropy pool or the X9.31 generator.
+// Random numbers of an exact bit length from the entropy pool (EN_X9_31Random, the same shape on
+// the X9.31 generator, lives with the primes that generator needs).
+#include "common/wipe.h"
 #include "random/random_internal.h"
 
 #include <vorelcrypto/random.h>
@@ -6,11 +8,11 @@
 #include <cstdlib>
 #include <cstring>
 
+namespace vc::random {
+
 namespace {
-
-using ByteSource = void (*)(uint8_t *out, uint32_t len);
-
 void poolBytes(uint8_t *out, uint32_t len) { RAND_Bytes(out, int32_t(len)); }
+}  // namespace
 
 // Draws (bits + 7) / 8 bytes after mixing the time into the entropy pool, then forces the top
 // bit (two top bits with top != 0) and, with odd != 0, bit 0.
@@ -20,8 +22,8 @@ void randomNumber(ENUM *a, uint32_t bits, uint32_t top, uint32_t odd, ByteSource
         a->length = 0;
         return;
     }
-    uint32_t t = vc::random::timeSeconds();
-    vc::random::RAND_Seed(reinterpret_cast<const uint8_t *>(&t), 4);
+    uint32_t t = timeSeconds();
+    RAND_Seed(reinterpret_cast<const uint8_t *>(&t), 4);
     const uint32_t n = (bits + 7) / 8;
     const uint32_t shift = (bits - 1) % 8;
     uint8_t stackBuf[64 + 1];
@@ -46,20 +48,16 @@ void randomNumber(ENUM *a, uint32_t bits, uint32_t top, uint32_t odd, ByteSource
     buf[0] &= uint8_t(0xffu >> (7 - shift));
     if (odd != 0) buf[n - 1] |= 1;
     EN_BytesToENUM(a, buf, n);
-    std::memset(buf, 0, n + 1);
+    secure_wipe(buf, n + 1);
     if (buf != stackBuf) std::free(buf);
 }
 
-}  // namespace
+}  // namespace vc::random
 
 extern "C" {
 
 void EN_Random(ENUM *a, uint32_t bits, uint32_t top, uint32_t odd) {
-    randomNumber(a, bits, top, odd, poolBytes);
-}
-
-void EN_X9_31Random(ENUM *a, uint32_t bits, uint32_t top, uint32_t odd) {
-    randomNumber(a, bits, top, odd, E_X9_31RandomBytes);
+    vc::random::randomNumber(a, bits, top, odd, vc::random::poolBytes);
 }
 
 }  // extern "C"

@@ -1,10 +1,11 @@
 // The SHA-1 G-function generators of X9.31 and X9.62 / FIPS 186: each iteration compresses a
 // 20-byte value followed by 44 zero bytes with E_MySHA1 and advances XKEY by the result plus 1.
+// E_X9_31RandomBytes, which needs a fresh prime per call, is built on x931Loop in primes/.
 #include "bignum/bn_internal.h"
+#include "common/wipe.h"
 #include "random/random_internal.h"
 
 #include <vorelcrypto/hash.h>
-#include <vorelcrypto/prime.h>
 #include <vorelcrypto/random.h>
 
 #include <cstring>
@@ -24,15 +25,13 @@ void cut160(ENUM *a) {
     if (a->length > 5) a->length = 5;
 }
 
-// The 20 big-endian bytes of a number below 2^160.
+// The 20 big-endian bytes of a number below 2^160 (zero top words are skipped).
 void toBytes20(const ENUM *a, uint8_t *out) {
-    Temp t;
-    bignum::loadTemp(t, a);
-    vc::bignum::trim(t.get());
     uint8_t tmp[kBlock] = {};
-    const uint32_t n = EN_ENUMToBytes(t.get(), tmp);
+    const uint32_t n = EN_ENUMToBytes(a, tmp);
     std::memset(out, 0, kBlock);
     std::memcpy(out + kBlock - n, tmp, n);
+    secure_wipe_object(tmp);
 }
 
 // G(v): one SHA-1 compression of v's 20 bytes and 44 zeros.
@@ -40,6 +39,7 @@ void gFunction(const ENUM *v, uint8_t *digest) {
     uint8_t block[64] = {};
     toBytes20(v, block);
     E_MySHA1(digest, block);
+    secure_wipe_object(block);
 }
 
 // xkey = (xkey + x + 1) cut to 160 bits.
@@ -50,9 +50,9 @@ void advance(ENUM *xkey, const ENUM *x) {
     EN_Add(t.get(), s.get(), one.get());
     cut160(t.get());
     EN_Copy(xkey, t.get());
+    secure_wipe_object(s.w);
+    secure_wipe_object(t.w);
 }
-
-void poolSeed(ENUM *xseed, void *) { EN_Random(xseed, 160, 1, 1); }
 
 void constantSeed(ENUM *xseed, void *arg) { EN_Copy(xseed, static_cast<const ENUM *>(arg)); }
 
@@ -85,35 +85,39 @@ void x962Bytes(uint8_t *out, uint32_t *outLen, uint8_t *xkey, uint32_t *xkeyLen,
     reduceToOrder(buf, blocks * kBlock, q.get(), out, outLen);
     vc::bignum::trim(key.get());
     *xkeyLen = EN_ENUMToBytes(key.get(), xkey);
-    std::memset(buf, 0, sizeof buf);
+    secure_wipe_object(buf);
+    secure_wipe_object(key.w);
+    secure_wipe_object(seed.w);
 }
 
 }  // namespace
 
 void x931Loop(uint8_t *out, uint32_t len, ENUM *xkey, const ENUM *q, SeedSource seed, void *arg) {
     const uint32_t iterations = (8 * len + 159) / 160;
+    Temp xseed, xval, x, g;
+    uint8_t digest[kBlock], block[kBlock];
     for (uint32_t i = 0; i < iterations; i++) {
-        Temp xseed, xval, x, g;
         seed(xseed.get(), arg);
         EN_Add(xval.get(), xkey, xseed.get());
         cut160(xval.get());
-        uint8_t digest[kBlock];
         gFunction(xval.get(), digest);
         EN_BytesToENUM(g.get(), digest, kBlock);
         EN_Mod(x.get(), g.get(), q);
         bignum::trim(x.get());
         advance(xkey, x.get());
-        uint8_t block[kBlock];
         toBytes20(xkey, block);
         const uint32_t n = len - i * kBlock < kBlock ? len - i * kBlock : kBlock;
         std::memcpy(out + i * kBlock, block, n);
     }
+    for (Temp *t : {&xseed, &xval, &x, &g}) secure_wipe_object(t->w);
+    secure_wipe_object(digest);
+    secure_wipe_object(block);
 }
 
 uint32_t x962Loop(uint8_t *out, uint32_t bits, ENUM *xkey, const ENUM *xseed) {
     const uint32_t iterations = (bits + 159) / 160;
+    Temp xval, r;
     for (uint32_t i = 0; i < iterations; i++) {
-        Temp xval, r;
         if (xseed != nullptr) {
             EN_Add(xval.get(), xkey, xseed);
             cut160(xval.get());
@@ -124,6 +128,8 @@ uint32_t x962Loop(uint8_t *out, uint32_t bits, ENUM *xkey, const ENUM *xseed) {
         EN_BytesToENUM(r.get(), out + i * kBlock, kBlock);
         advance(xkey, r.get());
     }
+    secure_wipe_object(xval.w);
+    secure_wipe_object(r.w);
     return iterations;
 }
 
@@ -132,13 +138,6 @@ uint32_t x962Loop(uint8_t *out, uint32_t bits, ENUM *xkey, const ENUM *xseed) {
 using namespace vc::random;
 
 extern "C" {
-
-void E_X9_31RandomBytes(uint8_t *out, uint32_t len) {
-    Temp xkey, q;
-    EN_Random(xkey.get(), 160, 1, 1);
-    EN_GeneratePrimeRSA(q.get(), 160);
-    x931Loop(out, len, xkey.get(), q.get(), poolSeed, nullptr);
-}
 
 void E_X9_31RandomBytes2(uint8_t *out, uint32_t len, uint8_t *xkey, uint32_t *xkeyLen,
                          const uint8_t *xseed, uint32_t xseedLen, const uint8_t *q, uint32_t qLen) {
@@ -150,6 +149,8 @@ void E_X9_31RandomBytes2(uint8_t *out, uint32_t len, uint8_t *xkey, uint32_t *xk
     x931Loop(out, len, key.get(), modulus.get(), constantSeed, seed.get());
     toBytes20(key.get(), xkey);
     *xkeyLen = kBlock;
+    vc::secure_wipe_object(key.w);
+    vc::secure_wipe_object(seed.w);
 }
 
 void E_X9_62RandomBytes(uint8_t *out, uint32_t *outLen, uint8_t *xkey, uint32_t *xkeyLen,
@@ -168,6 +169,8 @@ void E_X9_62RandomBytes_Original(uint8_t *out, uint32_t len, uint8_t *xkey, uint
     }
     vc::bignum::trim(key.get());
     *xkeyLen = EN_ENUMToBytes(key.get(), xkey);
+    vc::secure_wipe_object(key.w);
+    vc::secure_wipe_object(block);
 }
 
 void E_GenerateRandom_X962(uint32_t curve, uint8_t *out, uint32_t *outLen, const uint8_t *order,
@@ -177,7 +180,8 @@ void E_GenerateRandom_X962(uint32_t curve, uint8_t *out, uint32_t *outLen, const
     uint8_t xkey[kBlock];
     uint32_t xkeyLen = EN_ENUMToBytes(key.get(), xkey);
     x962Bytes(out, outLen, xkey, &xkeyLen, nullptr, 0, order, orderLen, curve == 7 ? 161 : 163);
-    std::memset(xkey, 0, sizeof xkey);
+    vc::secure_wipe_object(xkey);
+    vc::secure_wipe_object(key.w);
 }
 
 void E_ECKCDSA_RandomBytes(uint8_t *out, uint32_t *outLen, uint8_t *xkey, uint32_t *xkeyLen,

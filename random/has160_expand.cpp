@@ -1,5 +1,6 @@
 // HAS-160 expansion of a seed to any width, and the EC-KCDSA key and nonce generator built on it.
 #include "bignum/bn_internal.h"
+#include "common/wipe.h"
 #include "random/random_internal.h"
 
 #include <vorelcrypto/hash.h>
@@ -38,7 +39,8 @@ void eckcdsaFromXkey(const ENUM *xkey, const uint8_t *seed, uint32_t seedLen, co
     EN_Mod(k.get(), e.get(), q);
     bignum::trim(k.get());
     *outLen = EN_ENUMToBytes(k.get(), out);
-    std::memset(bytes, 0, sizeof bytes);
+    secure_wipe_object(bytes);
+    for (Temp *t : {&xseed, &xval, &e, &k}) secure_wipe_object(t->w);
 }
 
 }  // namespace vc::random
@@ -49,23 +51,24 @@ void E_HAS160_Expand(ENUM *out, const uint8_t *in, uint32_t inLen, uint32_t outB
     if (outBits == 0) outBits = 1;
     if (outBits > vc::random::kMaxBlocks * 160) outBits = vc::random::kMaxBlocks * 160;
     const uint32_t m = (outBits - 1) / 160;
-    const uint32_t t = outBits - 160 * m;
     // Block i at offset 20 (m - i): block m is the most significant.
     uint8_t buf[vc::random::kMaxBlocks * vc::random::kBlock];
+    Has160Context ctx;
     for (uint32_t i = 0; i <= m; i++) {
-        Has160Context ctx;
         const uint8_t counter = uint8_t(i);
         E_HAS160_Init(&ctx);
         E_HAS160_Update(&ctx, in, inLen);
         E_HAS160_Update(&ctx, &counter, 1);
         E_HAS160_Final(&ctx, buf + vc::random::kBlock * (m - i));
     }
-    // Cut block m to its low t bits.
-    const uint32_t dropBits = 160 - t;
-    std::memset(buf, 0, dropBits / 8);
-    if (dropBits % 8 != 0) buf[dropBits / 8] &= uint8_t(0xffu >> (dropBits % 8));
-    EN_BytesToENUM(out, buf, vc::random::kBlock * (m + 1));
-    std::memset(buf, 0, sizeof buf);
+    // Only the low outBits bits are read: (outBits + 7) / 8 bytes, so that out receives exactly
+    // (outBits + 31) / 32 words. The top byte is cut to the bits that remain.
+    const uint32_t bytes = (outBits + 7) / 8;
+    uint8_t *low = buf + vc::random::kBlock * (m + 1) - bytes;
+    if (outBits % 8 != 0) low[0] &= uint8_t(0xffu >> (8 - outBits % 8));
+    EN_BytesToENUM(out, low, bytes);
+    vc::secure_wipe_object(buf);
+    vc::secure_wipe_object(ctx);
 }
 
 void E_GenerateRandom_ECKCDSA(uint32_t curve, uint8_t *out, uint32_t *outLen, const uint8_t *seed,
@@ -76,6 +79,7 @@ void E_GenerateRandom_ECKCDSA(uint32_t curve, uint8_t *out, uint32_t *outLen, co
     EN_Random(xkey.get(), vc::random::kWorkBits, 1, 1);
     // XKEY is local: advancing it after the output would have no lasting effect, so it is not.
     vc::random::eckcdsaFromXkey(xkey.get(), seed, seedLen, q.get(), b, out, outLen);
+    vc::secure_wipe_object(xkey.w);
 }
 
 }  // extern "C"

@@ -1,16 +1,15 @@
 // The MD5 entropy pools: RAND_Bytes on the first, E_GenerateRandom_RSA on the second.
+#include "common/wipe.h"
 #include "hash/md5.h"
 #include "random/random_internal.h"
 
 #include <vorelcrypto/random.h>
 
-#include <cstring>
-
 namespace vc::random {
 namespace {
 
-Pool g_entropy{{}, {}, 0, 0, 0, true};
-Pool g_rsa{{}, {}, 0, 0, 0, true};
+Pool g_entropy{{}, {}, 0, 0, 0, true, 0};
+Pool g_rsa{{}, {}, 0, 0, 0, true, 0};
 
 // Copies j pool bytes from p into dst, wrapping at `wrap`.
 void gather(const Pool &pool, int32_t p, int32_t wrap, uint8_t *dst, int32_t j) {
@@ -21,16 +20,18 @@ void gather(const Pool &pool, int32_t p, int32_t wrap, uint8_t *dst, int32_t j) 
 }
 
 // First-use seeding: 88 bytes of seed material (from the operating system) and the time.
-void seedOnFirstUse(Pool &pool) {
-    if (!pool.firstUse) return;
-    pool.firstUse = false;
+void seedPool(Pool &pool) {
     uint8_t seed[88] = {};
     osRandom(seed, sizeof seed);
     poolMix(pool, seed, sizeof seed);
     uint32_t t = timeSeconds();
     poolMix(pool, reinterpret_cast<const uint8_t *>(&t), 4);
-    std::memset(seed, 0, sizeof seed);
+    secure_wipe(seed, sizeof seed);
 }
+
+// A pool copied into a child by fork() mixes in the child's process id and fresh entropy, so
+// that parent and child part ways before either draws again.
+void mixAfterFork(Pool &pool, const uint8_t *fresh) { poolMix(pool, fresh, kForkSeedLen); }
 
 }  // namespace
 
@@ -65,12 +66,12 @@ void poolMix(Pool &pool, const uint8_t *in, int32_t len) {
         }
     }
     pool.filled = f;
-    std::memset(&ctx, 0, sizeof ctx);
-    std::memset(window, 0, sizeof window);
+    secure_wipe_object(ctx);
+    secure_wipe_object(window);
 }
 
 void poolOutput(Pool &pool, uint8_t *out, int32_t len) {
-    seedOnFirstUse(pool);
+    refreshState(pool, seedPool, mixAfterFork);
     int32_t p = pool.index;
     const int32_t f = pool.filled;
     pool.index += len;
@@ -96,20 +97,34 @@ void poolOutput(Pool &pool, uint8_t *out, int32_t len) {
     pool.counter++;
     hash::md5Update(&ctx, pool.md, 16);
     hash::md5Final(&ctx, pool.md);
-    std::memset(&ctx, 0, sizeof ctx);
-    std::memset(window, 0, sizeof window);
+    secure_wipe_object(ctx);
+    secure_wipe_object(window);
 }
 
-void RAND_Seed(const uint8_t *in, int32_t len) { poolMix(g_entropy, in, len); }
+void RAND_Seed(const uint8_t *in, int32_t len) {
+    std::lock_guard<std::mutex> lock(generatorLock(Generator::kEntropyPool));
+    poolMix(g_entropy, in, len);
+}
 
 }  // namespace vc::random
 
+using namespace vc::random;
+
 extern "C" {
 
-void RAND_Bytes(uint8_t *out, int32_t len) { vc::random::poolOutput(vc::random::g_entropy, out, len); }
+void RAND_Bytes(uint8_t *out, int32_t len) {
+    std::lock_guard<std::mutex> lock(generatorLock(Generator::kEntropyPool));
+    poolOutput(g_entropy, out, len);
+}
 
-void E_GenerateSeed_RSA(const uint8_t *in, int32_t len) { vc::random::poolMix(vc::random::g_rsa, in, len); }
+void E_GenerateSeed_RSA(const uint8_t *in, int32_t len) {
+    std::lock_guard<std::mutex> lock(generatorLock(Generator::kRsaPool));
+    poolMix(g_rsa, in, len);
+}
 
-void E_GenerateRandom_RSA(uint8_t *out, int32_t len) { vc::random::poolOutput(vc::random::g_rsa, out, len); }
+void E_GenerateRandom_RSA(uint8_t *out, int32_t len) {
+    std::lock_guard<std::mutex> lock(generatorLock(Generator::kRsaPool));
+    poolOutput(g_rsa, out, len);
+}
 
 }  // extern "C"

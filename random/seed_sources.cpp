@@ -1,13 +1,51 @@
-// Seed material for the generators' first use.
+// Seed material for the generators' first use, their locks, and the fork handler that tells a
+// child process's generators to take fresh entropy.
 #include "random/random_internal.h"
 
+#include <pthread.h>
 #include <sys/random.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <cstring>
 #include <ctime>
 
 namespace vc::random {
+
+namespace {
+
+constexpr int kGenerators = int(Generator::kCount);
+std::mutex g_locks[kGenerators];
+std::atomic<uint32_t> g_forkGeneration{0};
+
+void lockAll() {
+    for (std::mutex &m : g_locks) m.lock();
+}
+void unlockAll() {
+    for (int i = kGenerators - 1; i >= 0; i--) g_locks[i].unlock();
+}
+void afterForkInChild() {
+    g_forkGeneration.fetch_add(1, std::memory_order_relaxed);
+    unlockAll();
+}
+
+}  // namespace
+
+std::mutex &generatorLock(Generator g) { return g_locks[int(g)]; }
+
+uint32_t forkGeneration() {
+    // Registered on the first draw of any generator; a fork before that leaves nothing to copy.
+    static const bool registered = pthread_atfork(lockAll, unlockAll, afterForkInChild) == 0;
+    (void)registered;
+    return g_forkGeneration.load(std::memory_order_relaxed);
+}
+
+void forkSeed(uint8_t out[kForkSeedLen]) {
+    const uint32_t pid = processId();
+    std::memcpy(out, &pid, 4);
+    osRandom(out + 4, kForkSeedLen - 4);
+}
 
 void osRandom(uint8_t *out, uint32_t len) {
     while (len > 0) {

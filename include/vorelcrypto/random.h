@@ -1,8 +1,12 @@
 /* VorelCrypto random generators.
  *
  * Each generator keeps its own process-wide state and seeds itself on first use (from the time,
- * the process id and clocks, and at least 32 bytes of the operating system's generator). No
- * generator locks: callers must not draw from the same generator on two threads at once.
+ * the process id and clocks, and at least 32 bytes of the operating system's generator). Every
+ * routine here may be called from any number of threads at once: each generator's state is
+ * guarded by its own lock, and each draw is whole (concurrent draws are the generator's one
+ * stream shared out). A child process made by fork() mixes its process id and fresh operating-
+ * system entropy into a generator before its first draw from it, so that parent and child never
+ * repeat each other. E_X9_31RandomBytes and EN_X9_31Random draw a prime per call (prime.h).
  *
  * The pool generators read the output buffer's previous contents as input: pass initialised
  * memory (zeros will do). */

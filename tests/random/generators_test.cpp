@@ -11,7 +11,9 @@
 #include <openssl/des.h>
 #include <openssl/sha.h>
 
+#include <algorithm>
 #include <cstring>
+#include <functional>
 #include <tuple>
 
 #include "bignum/bn_test_util.h"
@@ -131,7 +133,7 @@ TEST(Pool, MixAndOutputMatchModel) {
 }
 
 TEST(Des, FixedSchedulesAndChaining) {
-    // OpenSSL under the two documented keys also confirms the stored precomputed schedules.
+    // OpenSSL under the two fixed keys also confirms the stored precomputed schedules.
     DES_cblock key1, key2;
     std::memcpy(key1, vr::kDesKey1, 8);
     std::memcpy(key2, vr::kDesKey2, 8);
@@ -274,6 +276,35 @@ TEST(GFunction, X962MatchesModel) {
     }
 }
 
+// The DSA example of FIPS 186-2 (its change notice 1): XKEY below, XSEED 0, q below; the G
+// outputs are w0 (the example's private key x) and w1. E_X9_31RandomBytes2 writes the advanced
+// XKEYs (XKEY + w0 + 1, then + w1 + 1, mod 2^160), E_X9_62RandomBytes_Original the G outputs.
+TEST(GFunction, Fips186KnownAnswers) {
+    const Bytes xkey0 = vctest::fromHex("bd029bbe7f51960bcf9edb2b61f06f0feb5a38b6");
+    const Bytes q = vctest::fromHex("c773218c737ec8ee993b4f2ded30f48edace915f");
+    const Bytes w0 = vctest::fromHex("2070b3223dba372fde1c0ffc7b2e3b498b260614");
+    const Bytes w1 = vctest::fromHex("3c6c18bacb0f6c55babb13788e20d737a3275116");
+    Mpz k, w;
+    Bytes keys;
+    fromBytes(k, xkey0);
+    for (const Bytes *g : {&w0, &w1}) {
+        fromBytes(w, *g), mpz_add(k, k, w), mpz_add_ui(k, k, 1), mpz_fdiv_r_2exp(k, k, 160);
+        Bytes b = bytesOf(k, 20);
+        keys.insert(keys.end(), b.begin(), b.end());
+    }
+    Bytes xkey = xkey0, out(40);
+    uint32_t xkeyLen = 20;
+    E_X9_31RandomBytes2(out.data(), 40, xkey.data(), &xkeyLen, nullptr, 0, q.data(), 20);
+    EXPECT_EQ(out, keys);
+    EXPECT_EQ(xkey, Bytes(keys.begin() + 20, keys.end()));
+    xkey = xkey0;
+    E_X9_62RandomBytes_Original(out.data(), 40, xkey.data(), &xkeyLen);
+    Bytes gs = w0;
+    gs.insert(gs.end(), w1.begin(), w1.end());
+    EXPECT_EQ(out, gs);
+    EXPECT_EQ(Bytes(xkey.begin(), xkey.begin() + xkeyLen), Bytes(keys.begin() + 20, keys.end()));
+}
+
 // HAS-160 expansion: blocks HAS-160(in || i), block 0 least significant, cut to `bits` bits.
 void expandModel(mpz_ptr out, const Bytes &in, uint32_t bits) {
     Mpz blk;
@@ -352,17 +383,112 @@ TEST(RandomNumbers, GenerateRandomLengthIsNotTrimmed) {
     }
 }
 
-// Fresh XKEYs for both curve widths: the outputs stay below the order (sect163k1's n).
-TEST(ByteGenerators, OrderBoundedOutputs) {
-    const uint8_t order[21] = {0x04, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x02, 0x01, 0x08, 0xa2,
-                               0xe0, 0xcc, 0x0d, 0x99, 0xf8, 0xa5, 0xef};
-    for (int i = 0; i < 20; i++) {
-        uint8_t out[21] = {};
-        uint32_t len = 0, curve = i % 4 < 2 ? 3 : 7;
-        if (i % 2) E_GenerateRandom_X962(curve, out, &len, order, 21);
-        else E_GenerateRandom_ECKCDSA(curve, out, &len, nullptr, 0, order, 21);
-        ASSERT_TRUE(len > 0 && (len < 21 || std::memcmp(out, order, 21) < 0)) << len;
+// sect163k1's order.
+const Bytes kOrder163 = vctest::fromHex("04000000000000000000020108a2e0cc0d99f8a5ef");
+
+// A destination of exactly the size a routine promises to fill, followed by guard bytes.
+struct Guarded {
+    explicit Guarded(size_t n) : size(n), buf(n + 16, 0xA5) {}
+    uint8_t *p() { return buf.data(); }
+    bool intact() const {
+        return std::all_of(buf.begin() + long(size), buf.end(), [](uint8_t b) { return b == 0xA5; });
     }
+    size_t size;
+    Bytes buf;
+};
+// An ENUM with exactly `words` words of storage, followed by guard words.
+struct GuardedNum {
+    explicit GuardedNum(uint32_t words) : g(4 * size_t(words)) {}
+    ENUM *p() {
+        e = {0, 0, reinterpret_cast<uint32_t *>(g.p())};
+        return &e;
+    }
+    bool intact() const { return g.intact(); }
+    Guarded g;
+    ENUM e{};
+};
+
+// Every routine writes within the size its header states, for lengths and widths around the
+// block sizes (n is a byte count or a bit count, as the routine takes); outputs reduced by the
+// order, from fresh XKEYs of both curve widths, are also below it.
+TEST(WrittenExtent, EveryRoutineStaysInItsDestination) {
+    const Bytes key = pattern(20, 50), seed = pattern(9, 3), q = pattern(20, 60);
+    const uint8_t *order = kOrder163.data();
+    auto belowOrder = [order](Guarded &o, uint32_t len) {
+        return o.intact() && len > 0 && (len < 21 || std::memcmp(o.p(), order, 21) < 0);
+    };
+    using Bytes1 = void (*)(uint8_t *, uint32_t);
+    using Number = void (*)(ENUM *, uint32_t, uint32_t, uint32_t);
+    auto bytes1 = [](Bytes1 fn) {
+        return [fn](uint32_t n) { Guarded o(n); fn(o.p(), n); return o.intact(); };
+    };
+    auto number = [](Number fn) {
+        return [fn](uint32_t n) { GuardedNum a((n + 31) / 32); fn(a.p(), n, 1, 1); return a.intact(); };
+    };
+    // Routines that also write the caller's XKEY back get a 20-byte guarded XKEY buffer.
+    auto withKey = [&](auto fn) {
+        return [&key, fn](uint32_t n) {
+            Guarded xkey(20);
+            std::copy(key.begin(), key.end(), xkey.p());
+            uint32_t xkeyLen = 20;
+            return fn(n, xkey.p(), &xkeyLen) && xkey.intact();
+        };
+    };
+    const std::pair<const char *, std::function<bool(uint32_t)>> cases[] = {
+        {"RAND_Bytes", bytes1([](uint8_t *o, uint32_t n) { RAND_Bytes(o, int32_t(n)); })},
+        {"E_GenerateRandom_RSA", bytes1([](uint8_t *o, uint32_t n) { E_GenerateRandom_RSA(o, int32_t(n)); })},
+        {"E_GenerateRandom_DES", bytes1(E_GenerateRandom_DES)},
+        {"E_GenerateRandom_MD5", bytes1(E_GenerateRandom_MD5)},
+        {"E_X9_31RandomBytes", bytes1(E_X9_31RandomBytes)},
+        {"EN_Random", number(EN_Random)},
+        {"EN_X9_31Random", number(EN_X9_31Random)},
+        {"EN_GenerateRandom", [](uint32_t n) {
+             GuardedNum a((n + 3) / 4);
+             EN_GenerateRandom(a.p(), n, n % 2);
+             return a.intact();
+         }},
+        {"E_HAS160_Expand", [&](uint32_t n) {
+             GuardedNum a((n + 31) / 32);
+             E_HAS160_Expand(a.p(), seed.data(), uint32_t(seed.size()), n);
+             return a.intact();
+         }},
+        {"E_X9_31RandomBytes2", withKey([&](uint32_t n, uint8_t *xkey, uint32_t *xkeyLen) {
+             Guarded o(n);
+             E_X9_31RandomBytes2(o.p(), n, xkey, xkeyLen, seed.data(), 9, q.data(), 20);
+             return o.intact();
+         })},
+        {"E_X9_62RandomBytes_Original", withKey([](uint32_t n, uint8_t *xkey, uint32_t *xkeyLen) {
+             Guarded o(n);
+             E_X9_62RandomBytes_Original(o.p(), n, xkey, xkeyLen);
+             return o.intact();
+         })},
+        {"E_X9_62RandomBytes", withKey([order](uint32_t n, uint8_t *xkey, uint32_t *xkeyLen) {
+             Guarded o(21);
+             uint32_t len = 0;
+             E_X9_62RandomBytes(o.p(), &len, xkey, xkeyLen, order, 21, n);
+             return o.intact();
+         })},
+        {"E_ECKCDSA_RandomBytes", withKey([&](uint32_t n, uint8_t *xkey, uint32_t *xkeyLen) {
+             Guarded o(21);
+             uint32_t len = 0;
+             E_ECKCDSA_RandomBytes(o.p(), &len, xkey, xkeyLen, seed.data(), 9, order, 21, n);
+             return o.intact();
+         })},
+        {"E_GenerateRandom_X962", [&](uint32_t n) {
+             Guarded o(21);
+             uint32_t len = 0;
+             E_GenerateRandom_X962(n % 2 ? 7 : 3, o.p(), &len, order, 21);
+             return belowOrder(o, len);
+         }},
+        {"E_GenerateRandom_ECKCDSA", [&](uint32_t n) {
+             Guarded o(21);
+             uint32_t len = 0;
+             E_GenerateRandom_ECKCDSA(n % 2 ? 7 : 3, o.p(), &len, seed.data(), n % 9, order, 21);
+             return belowOrder(o, len);
+         }},
+    };
+    for (const auto &[name, run] : cases)
+        for (uint32_t n : {1u, 7u, 8u, 20u, 33u, 160u, 161u, 330u}) EXPECT_TRUE(run(n)) << name << " " << n;
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // Internal routines of the prime search, visible to the tests: the small-prime table, the
-// Barrett steps, the witness test and the candidate makers.
+// Barrett steps, the witness test, its trial count and the candidate makers.
 #pragma once
 
 #include <vorelcrypto/bignum.h>
@@ -38,7 +38,10 @@ int32_t modMulReciprocal(ENUM *r, const ENUM *x, const ENUM *y, const ENUM *n,
 int32_t witness(const ENUM *a, const ENUM *n);
 // `trials` witnesses from EN_Random (or EN_X9_31Random): 1 probable prime, 0 composite.
 int32_t isProbablePrime(const ENUM *n, int32_t trials);
-int32_t EN_IsProbablePrimeX9(const ENUM *n, int32_t trials);
+int32_t isProbablePrimeX9(const ENUM *n, int32_t trials);
+// Witness trials run so far on this thread (isProbablePrime's draws and EN_MillerRabin calls),
+// so that tests can count them exactly.
+uint64_t witnessTrials();
 
 // RSA/X9 candidate: random bits-bit odd number with two top bits, moved up by the least even
 // delta that leaves no residue 0 or 1 modulo kSmallPrimes[1 ... 2047]. residues: 2048 words.

@@ -1,11 +1,12 @@
 // Probable-prime tests and the prime generators for RSA, X9.31 and Diffie-Hellman parameters.
 #include "bignum/bn_internal.h"
-#include "bignum/prime_internal.h"
+#include "common/wipe.h"
+#include "primes/prime_internal.h"
+#include "random/random_internal.h"
 
 #include <vorelcrypto/prime.h>
 #include <vorelcrypto/random.h>
 
-#include <cstdlib>
 #include <ctime>
 
 namespace vc::prime {
@@ -13,6 +14,13 @@ namespace vc::prime {
 using bignum::Temp;
 
 namespace {
+
+thread_local uint64_t t_witnessTrials = 0;
+
+template <typename... T>
+void wipe(T &...temps) {
+    (secure_wipe_object(temps.w), ...);
+}
 
 bool isOne(const ENUM *a) { return a->length == 1 && a->words[0] == 1; }
 
@@ -45,22 +53,25 @@ int32_t probablePrime(const ENUM *n, int32_t trials, Draw draw) {
     Temp nn, a;
     bignum::loadTemp(nn, n);
     const uint32_t bits = EN_GetFilledBitNum(nn.get());
-    for (int32_t t = 0; t < trials; t++) {
+    int32_t result = 1;
+    for (int32_t t = 0; t < trials && result == 1; t++) {
+        t_witnessTrials++;
         draw(a.get(), bits - 1, 0, 0);
-        if (witness(a.get(), n) == 1) return 0;
+        if (witness(a.get(), n) == 1) result = 0;
     }
-    return 1;
+    wipe(nn, a);
+    return result;
 }
 
 // Five rounds of one trial on p and one on p >> 1.
 int32_t strongTest(const ENUM *p, Draw draw) {
     Temp q;
     EN_RShift(q.get(), p, 1);
-    for (int round = 0; round < 5; round++) {
-        if (probablePrime(p, 1, draw) == 0) return 0;
-        if (probablePrime(q.get(), 1, draw) == 0) return 0;
-    }
-    return 1;
+    int32_t result = 1;
+    for (int round = 0; round < 5 && result == 1; round++)
+        result = probablePrime(p, 1, draw) == 1 && probablePrime(q.get(), 1, draw) == 1;
+    wipe(q);
+    return result;
 }
 
 // Any small prime s with x mod s in {0, 1}.
@@ -70,21 +81,119 @@ bool hitsSmallPrime(const ENUM *x, uint32_t maxResidue) {
     return false;
 }
 
-uint32_t g_sharedResidues[kSmallPrimeCount];
-
 int32_t generateRsa(ENUM *p, uint32_t bits, bool x9, bool safe) {
     Draw draw = x9 ? EN_X9_31Random : EN_Random;
-    for (;;) {
-        rsaCandidate(p, bits, x9, g_sharedResidues);
-        if (safe ? strongTest(p, draw) : probablePrime(p, 5, draw)) return 1;
-    }
+    // The residues of the candidate are held per call, so that searches in several threads
+    // never share them; they tell the candidate's value and are wiped at the end.
+    uint32_t residues[kSmallPrimeCount];
+    do rsaCandidate(p, bits, x9, residues);
+    while ((safe ? strongTest(p, draw) : probablePrime(p, 5, draw)) == 0);
+    secure_wipe_object(residues);
+    return 1;
 }
 
-// One witness word from two rand() draws of 15 bits each (the width of the C run-time that
-// existing callers were built with; glibc's wider rand() would make small moduli unreachable).
-uint32_t randWord() {
-    const uint32_t hi = uint32_t(std::rand()) & 0x7fff;
-    return (hi << 16) | (uint32_t(std::rand()) & 0x7fff);
+// ---- witnesses of EN_MillerRabin ----
+// They come from a generator private to the library, one per thread, so that the prime search
+// neither reads nor changes the host's rand() sequence. A word keeps the shape of two 15-bit
+// draws, (hi << 16) | lo. The state is seeded from the operating system on a thread's first
+// draw and again in a child process after fork(); EN_PrimeUpdate's reseed folds the time + 100
+// into it.
+struct WitnessRng {
+    uint64_t state;
+    bool firstUse;
+    uint32_t forkGeneration;
+};
+thread_local WitnessRng t_witnessRng{0, true, 0};
+
+uint64_t splitMix(uint64_t &state) {
+    uint64_t z = (state += 0x9e3779b97f4a7c15u);
+    z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9u;
+    z = (z ^ (z >> 27)) * 0x94d049bb133111ebu;
+    return z ^ (z >> 31);
+}
+
+void mixWitnessRng(WitnessRng &g, const uint8_t *fresh) {
+    for (uint32_t i = 0; i < random::kForkSeedLen; i++) g.state = (g.state << 8 | g.state >> 56) ^ fresh[i];
+}
+
+void seedWitnessRng(WitnessRng &g) {
+    uint8_t fresh[random::kForkSeedLen];
+    random::forkSeed(fresh);
+    mixWitnessRng(g, fresh);
+    secure_wipe_object(fresh);
+}
+
+WitnessRng &witnessRng() {
+    random::refreshState(t_witnessRng, seedWitnessRng, mixWitnessRng);
+    return t_witnessRng;
+}
+
+void reseedWitnesses(uint32_t value) {
+    WitnessRng &g = witnessRng();
+    g.state ^= splitMix(g.state) ^ value;
+}
+
+uint32_t witnessWord() {
+    WitnessRng &g = witnessRng();
+    const uint32_t hi = uint32_t(splitMix(g.state) >> 49);
+    return (hi << 16) | uint32_t(splitMix(g.state) >> 49);
+}
+
+// ---- residue classes the searches can finish in ----
+bool isZeroNumber(const ENUM *a) {
+    Temp t;
+    bignum::loadTemp(t, a);
+    bignum::trim(t.get());
+    return t->length == 0;
+}
+
+bool coprime(const ENUM *a, const ENUM *b) {
+    Temp g;
+    EN_GCD(g.get(), a, b);
+    bignum::trim(g.get());
+    return isOne(g.get());
+}
+
+// p = rem (mod add), rem null meaning 1. Primes need gcd(rem, add) = 1; and an odd small prime s
+// dividing add fixes p mod s = rem mod s, which the sieve rejects when it is 1 (or 0).
+bool classAdmitsPrimes(const ENUM *add, const ENUM *rem) {
+    if (add == nullptr || isZeroNumber(add)) return false;
+    Temp r;
+    if (rem != nullptr)
+        bignum::loadTemp(r, rem);
+    else
+        EN_U32ToENUM(r.get(), 1);
+    bignum::trim(r.get());
+    if (!coprime(r.get(), add)) return false;
+    for (int i = 1; i < kSmallPrimeCount; i++)
+        if (EN_ModWord(add, kSmallPrimes[i]) == 0 && EN_ModWord(r.get(), kSmallPrimes[i]) <= 1)
+            return false;
+    return true;
+}
+
+// p = 2q + 1 with q = rem >> 1 (rem null: 1) modulo h = add >> 1. Both q and p can be prime only
+// when q0 = rem >> 1 and 2 q0 + 1 are coprime to h: otherwise every candidate shares a factor
+// with h (an even h with an even q0 makes every q even; add = 12 with rem null makes every p a
+// multiple of 3), and the sieve or the test rejects it for ever.
+bool safeClassAdmitsPrimes(const ENUM *add, const ENUM *rem) {
+    if (add == nullptr) return false;
+    Temp h, q0, p0;
+    EN_RShift(h.get(), add, 1);
+    bignum::trim(h.get());
+    if (h->length == 0) return false;
+    if (rem != nullptr)
+        EN_RShift(q0.get(), rem, 1);
+    else
+        EN_U32ToENUM(q0.get(), 1);
+    bignum::trim(q0.get());
+    EN_LShift1(p0.get(), q0.get());
+    addWord(p0.get(), 1);
+    return coprime(q0.get(), h.get()) && coprime(p0.get(), h.get());
+}
+
+void setZero(ENUM *p) {
+    p->sign = 0;
+    p->length = 0;
 }
 
 }  // namespace
@@ -103,10 +212,10 @@ int32_t reciprocal(ENUM *recip, const ENUM *n) {
 int32_t modMulReciprocal(ENUM *r, const ENUM *x, const ENUM *y, const ENUM *n,
                             const ENUM *recip, int32_t nb) {
     Temp t, a, d, nd, diff;
-    if (x == y)
-        EN_Sqr(t.get(), x);
-    else
-        EN_Mul(t.get(), x, y);
+    // EN_Sqr drops a carry into an all-ones word of the doubled cross products (stored results
+    // depend on that square), which made the witness test square n - 1 of a Mersenne prime
+    // wrongly and call the prime composite; the product of x with itself is always exact.
+    EN_Mul(t.get(), x, y);
     // The quotient estimate is taken as a value: a shift that empties a number leaves the
     // one-word zero, whose extra length would make the magnitude comparison inside EN_Sub
     // treat n * 0 as larger than t, so each step is trimmed before it is used.
@@ -133,21 +242,26 @@ int32_t witness(const ENUM *a, const ENUM *n) {
     const int32_t k = int32_t(EN_GetFilledBitNum(m.get()));
     const int32_t nb = reciprocal(recip.get(), n);
     EN_U32ToENUM(d.get(), 1);
-    for (int32_t i = k - 1; i >= 0; i--) {
+    int32_t found = -1;
+    for (int32_t i = k - 1; i >= 0 && found < 0; i--) {
         EN_Copy(x.get(), d.get());
         modMulReciprocal(d.get(), x.get(), x.get(), n, recip.get(), nb);
-        if (isOne(d.get()) && !isOne(x.get()) && !equal(x.get(), m.get())) return 1;
+        if (isOne(d.get()) && !isOne(x.get()) && !equal(x.get(), m.get())) found = 1;
         if (EN_IsBitSet(m.get(), i)) {
             EN_Copy(x.get(), d.get());
             modMulReciprocal(d.get(), x.get(), a, n, recip.get(), nb);
         }
     }
-    return isOne(d.get()) ? 0 : 1;
+    if (found < 0) found = isOne(d.get()) ? 0 : 1;
+    wipe(m, recip, d, x);
+    return found;
 }
 
 int32_t isProbablePrime(const ENUM *n, int32_t trials) { return probablePrime(n, trials, EN_Random); }
 
-int32_t EN_IsProbablePrimeX9(const ENUM *n, int32_t trials) {
+uint64_t witnessTrials() { return t_witnessTrials; }
+
+int32_t isProbablePrimeX9(const ENUM *n, int32_t trials) {
     return probablePrime(n, trials, EN_X9_31Random);
 }
 
@@ -174,6 +288,7 @@ void classCandidate(ENUM *p, uint32_t bits, const ENUM *add, const ENUM *rem) {
     else
         addWord(p, 1);
     while (hitsSmallPrime(p, 1)) addNumber(p, add);
+    wipe(r, t);
 }
 
 void safeClassCandidate(ENUM *p, ENUM *q, uint32_t qBits, const ENUM *add, const ENUM *rem) {
@@ -196,9 +311,10 @@ void safeClassCandidate(ENUM *p, ENUM *q, uint32_t qBits, const ENUM *add, const
         bool hit = false;
         for (int i = 1; i < kSmallPrimeCount && !hit; i++)
             hit = EN_ModWord(p, kSmallPrimes[i]) == 0 || EN_ModWord(q, kSmallPrimes[i]) == 0;
-        if (!hit) return;
+        if (!hit) break;
         addNumber(q, h.get());
     }
+    wipe(r, t);
 }
 
 }  // namespace vc::prime
@@ -224,15 +340,18 @@ int32_t EN_GenerateStrongX9Prime(ENUM *p, int32_t bits) {
 }
 
 int32_t EN_GeneratePrimeDH(ENUM *p, uint32_t bits, const ENUM *add, const ENUM *rem) {
+    if (!classAdmitsPrimes(add, rem)) return setZero(p), 0;
     do classCandidate(p, bits, add, rem);
     while (isProbablePrime(p, 5) == 0);
     return 1;
 }
 
 int32_t EN_GeneratePrimeStrongDH(ENUM *p, uint32_t bits, const ENUM *add, const ENUM *rem) {
+    if (!safeClassAdmitsPrimes(add, rem)) return setZero(p), 0;
     Temp q;
     do safeClassCandidate(p, q.get(), bits - 1, add, rem);
     while (strongTest(p, EN_Random) == 0);
+    wipe(q);
     return 1;
 }
 
@@ -244,28 +363,32 @@ void EN_PrimeInit(EN_PrimeCtx *ctx, uint32_t, uint32_t safe, uint32_t useClass, 
 }
 
 int32_t EN_PrimeUpdate(ENUM *p, uint32_t bits, const EN_PrimeCtx *ctx) {
-    const bool safe = (ctx->flags & 16) != 0;
-    for (;;) {
-        Temp q;
-        if ((ctx->flags & 32) == 0) {
-            uint32_t residues[kSmallPrimeCount];
+    const bool useClass = (ctx->flags & 32) != 0, safe = (ctx->flags & 16) != 0;
+    if (useClass && !(safe ? safeClassAdmitsPrimes(ctx->add, ctx->rem)
+                           : classAdmitsPrimes(ctx->add, ctx->rem)))
+        return setZero(p), 0;
+    Temp q;
+    uint32_t residues[kSmallPrimeCount];
+    for (bool passed = false; !passed;) {
+        if (!useClass)
             rsaCandidate(p, bits, false, residues);
-        } else if (!safe) {
+        else if (!safe)
             classCandidate(p, bits, ctx->add, ctx->rem);
-        } else {
-            // q has bits bits, so p has bits + 1: existing parameters depend on it.
+        else  // q has bits bits, so p has bits + 1: existing parameters depend on it.
             safeClassCandidate(p, q.get(), bits, ctx->add, ctx->rem);
-        }
         if (safe) EN_RShift(q.get(), p, 1);
-        std::srand(unsigned(std::time(nullptr) + 100));
-        bool passed = true;
+        reseedWitnesses(uint32_t(std::time(nullptr) + 100));
+        passed = true;
         for (int t = 0; t < 20 && passed; t++)
             passed = EN_MillerRabin(p) == 1 && (!safe || EN_MillerRabin(q.get()) == 1);
-        if (passed) return 1;
     }
+    wipe(q);
+    vc::secure_wipe_object(residues);
+    return 1;
 }
 
 int32_t EN_MillerRabin(const ENUM *n) {
+    t_witnessTrials++;
     Temp m, u, a, z, t;
     EN_SubU32(m.get(), n, 1);
     vc::bignum::trim(m.get());
@@ -274,24 +397,29 @@ int32_t EN_MillerRabin(const ENUM *n) {
     EN_RShift(u.get(), m.get(), s);
     vc::bignum::trim(u.get());
     if (n->length == 1) {
-        do a->words[0] = randWord();
+        do a->words[0] = witnessWord();
         while (a->words[0] >= n->words[0]);
         a->length = 1;
     } else {
         a->length = n->length - 1;
-        for (int32_t i = 0; i < a->length; i++) a->words[i] = randWord();
+        for (int32_t i = 0; i < a->length; i++) a->words[i] = witnessWord();
     }
     vc::bignum::trim(a.get());
     EN_Mod_Exp(z.get(), a.get(), u.get(), n);
-    if (isOne(z.get()) || equal(z.get(), m.get())) return 1;
-    for (int32_t j = 1;; j++) {
+    int32_t result = -1;
+    if (isOne(z.get()) || equal(z.get(), m.get())) result = 1;
+    for (int32_t j = 1; result < 0; j++) {
         if (j < s && !equal(z.get(), m.get())) {
             EN_Mod_Sqr(t.get(), z.get(), n);
             EN_Copy(z.get(), t.get());
         }
-        if (equal(z.get(), m.get())) return 1;
-        if (j >= s || isOne(z.get())) return 0;
+        if (equal(z.get(), m.get()))
+            result = 1;
+        else if (j >= s || isOne(z.get()))
+            result = 0;
     }
+    wipe(m, u, a, z, t);
+    return result;
 }
 
 }  // extern "C"
