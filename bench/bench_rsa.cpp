@@ -1,6 +1,5 @@
-// RSA benchmarks beside OpenSSL: the limb exponentiation (secret exponent, 512 and 1024-bit
-// odd moduli, the halves of RSA-1024 and RSA-2048), the private (CRT) and public (e = 65537)
-// operations and key generation.
+// RSA benchmarks beside OpenSSL: the private (CRT) and public (e = 65537) operations on the same
+// 1024 and 2048-bit keys, and 2048-bit key generation (median of 20).
 #include "bench_util.h"
 
 #include <openssl/bn.h>
@@ -17,63 +16,8 @@
 #include <memory>
 #include <vector>
 
-#include "bignum/modexp_fast.h"
 
 namespace {
-
-// Odd modulus with its top bit set, a base below it and a full-size exponent, `bits` bits each.
-struct Operands {
-    std::vector<uint32_t> m, a, e;
-    explicit Operands(int bits) {
-        const size_t n = size_t(bits / 32);
-        auto fill = [n](uint8_t seed) {
-            const auto b = vcbench::filler(n * 4, seed);
-            std::vector<uint32_t> w(n);
-            for (size_t i = 0; i < n; i++)
-                w[i] = uint32_t(b[4 * i]) | uint32_t(b[4 * i + 1]) << 8 | uint32_t(b[4 * i + 2]) << 16 |
-                       uint32_t(b[4 * i + 3]) << 24;
-            return w;
-        };
-        m = fill(7), a = fill(8), e = fill(9);
-        m[0] |= 1;
-        m[n - 1] |= 0x80000000u;
-        a[n - 1] &= 0x3FFFFFFFu;
-    }
-};
-
-BIGNUM *toBn(const std::vector<uint32_t> &w) {
-    std::vector<uint8_t> be;
-    for (size_t i = w.size(); i-- > 0;)
-        for (int s = 24; s >= 0; s -= 8) be.push_back(uint8_t(w[i] >> s));
-    return BN_bin2bn(be.data(), int(be.size()), nullptr);
-}
-
-void secretExpOurs(benchmark::State &state) {
-    Operands op(int(state.range(0)));
-    ENUM m{0, int32_t(op.m.size()), op.m.data()}, a{0, int32_t(op.a.size()), op.a.data()},
-        e{0, int32_t(op.e.size()), op.e.data()};
-    std::vector<uint32_t> out(op.m.size() + 2);
-    ENUM r{0, 0, out.data()};
-    for (auto _ : state) {
-        vc::bignum::modExpSecret(&r, &a, &e, &m);
-        benchmark::DoNotOptimize(out.data());
-    }
-}
-
-void secretExpOpenSsl(benchmark::State &state) {
-    Operands op(int(state.range(0)));
-    BIGNUM *m = toBn(op.m), *a = toBn(op.a), *e = toBn(op.e), *r = BN_new();
-    BN_CTX *ctx = BN_CTX_new();
-    BN_MONT_CTX *mont = BN_MONT_CTX_new();
-    BN_MONT_CTX_set(mont, m, ctx);
-    for (auto _ : state) {
-        BN_mod_exp_mont_consttime(r, a, e, m, ctx, mont);
-        benchmark::DoNotOptimize(r);
-    }
-    BN_MONT_CTX_free(mont);
-    BN_CTX_free(ctx);
-    BN_free(m), BN_free(a), BN_free(e), BN_free(r);
-}
 
 // One OpenSSL key per size, shared by both sides, and the same key in our record.
 struct SharedKey {
@@ -193,8 +137,6 @@ void keygenOpenSsl(benchmark::State &state) {
 }
 
 const bool registered = [] {
-    benchmark::RegisterBenchmark("rsa_secret_modexp/ours", secretExpOurs)->Arg(512)->Arg(1024);
-    benchmark::RegisterBenchmark("rsa_secret_modexp/openssl", secretExpOpenSsl)->Arg(512)->Arg(1024);
     benchmark::RegisterBenchmark("rsa_private/ours", privateOurs)->Arg(1024)->Arg(2048);
     benchmark::RegisterBenchmark("rsa_private/openssl", privateOpenSsl)->Arg(1024)->Arg(2048);
     benchmark::RegisterBenchmark("rsa_public/ours", publicOurs)->Arg(1024)->Arg(2048);

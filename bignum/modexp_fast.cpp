@@ -105,13 +105,8 @@ void montMul(u64 *r, const u64 *a, const u64 *b, const u64 *m, u64 n0, int) {
 
 // Other sizes: the exact product or square of the big-number kernels, then the reduction row by
 // row with the carries gathered in a running word.
-template <bool kSquare>
-void montRows(u64 *r, const u64 *a, const u64 *b, const u64 *m, u64 n0, int n) {
-    u64 t[2 * kMaxLimbs];
-    if (kSquare)
-        sqr64(t, a, n);
-    else
-        mul64(t, a, n, b, n);
+// r = t R^-1 mod m for t < m R (2n limbs, destroyed), row by row.
+void reduceRows(u64 *r, u64 *t, const u64 *m, u64 n0, int n) {
     u64 carry = 0;
     for (int i = 0; i < n; i++) {
         const u64 c = mulAddRow(t + i, m, n, t[i] * n0);
@@ -120,6 +115,16 @@ void montRows(u64 *r, const u64 *a, const u64 *b, const u64 *m, u64 n0, int n) {
         carry = u64(s >> 64);
     }
     subtractIfAtLeast(r, t + n, carry, m, n);
+}
+
+template <bool kSquare>
+void montRows(u64 *r, const u64 *a, const u64 *b, const u64 *m, u64 n0, int n) {
+    u64 t[2 * kMaxLimbs];
+    if (kSquare)
+        sqr64(t, a, n);
+    else
+        mul64(t, a, n, b, n);
+    reduceRows(r, t, m, n0, n);
 }
 
 using Kernel = void (*)(u64 *, const u64 *, const u64 *, const u64 *, u64, int);
@@ -162,6 +167,13 @@ struct Mont {
     // r = a b R^-1 mod m; r may be a or b.
     void mul(u64 *r, const u64 *a, const u64 *b) const { mulKernel(r, a, b, m, n0, n); }
     void sqr(u64 *r, const u64 *a) const { sqrKernel(r, a, a, m, n0, n); }
+
+    // r = x R^-1 mod m: out of Montgomery form.
+    void fromMont(u64 *r, const u64 *x) const {
+        u64 t[2 * kMaxLimbs] = {};
+        for (int i = 0; i < n; i++) t[i] = x[i];
+        reduceRows(r, t, m, n0, n);
+    }
 
     // r = 2 x mod m for x < m.
     void dbl(u64 *r, const u64 *x) const {
@@ -212,7 +224,7 @@ void store(ENUM *r, const u64 *x, const ENUM *mod) {
 
 // Shared start: handles e = 0 and an even m; otherwise loads a mod m into `base` (limbs) and
 // returns true.
-bool prepare(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *mod, u64 *base, int n) {
+bool prepare(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *mod, u64 *base, int n, bool secret) {
     if (isZero(e)) {
         EN_U32ToENUM(r, mod->length == 1 && mod->words[0] == 1 ? 0 : 1);
         return false;
@@ -231,7 +243,7 @@ bool prepare(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *mod, u64 *base, 
     }
     trim(x.get());
     toLimbs(base, x->words, x->length, n);
-    secure_wipe(x.w, sizeof x.w);
+    if (secret) secure_wipe(x.w, sizeof x.w);
     return true;
 }
 
@@ -242,7 +254,7 @@ void modExpSecret(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *m) {
     const Mont mt(m);
     const int n = mt.n;
     u64 base[kMaxLimbs];
-    if (!prepare(r, a, e, m, base, n)) return;
+    if (!prepare(r, a, e, m, base, n, true)) return;
     const uint32_t bits = uint32_t(e->length) * 32;
     const int w = bits >= 512 ? 5 : bits >= 128 ? 4 : bits >= 32 ? 3 : 2;
     const int entries = 1 << w;
@@ -281,8 +293,7 @@ void modExpSecret(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *m) {
         select(window(pos, w));
         mt.mul(acc, acc, pick);
     }
-    u64 unit[kMaxLimbs] = {1};
-    mt.mul(acc, acc, unit);
+    mt.fromMont(acc, acc);
     store(r, acc, m);
     secure_wipe(table, sizeof(table[0]) * size_t(entries));
     secure_wipe(acc, sizeof acc);
@@ -295,7 +306,7 @@ void modExpPublic(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *m) {
     const Mont mt(m);
     const int n = mt.n;
     u64 base[kMaxLimbs];
-    if (!prepare(r, a, e, m, base, n)) return;
+    if (!prepare(r, a, e, m, base, n, false)) return;
     const int32_t bits = int32_t(bitLength(e));
     const int w = bits >= 256 ? 5 : bits >= 128 ? 4 : bits >= 18 ? 3 : 1;
     u64 one[kMaxLimbs], rr[kMaxLimbs];
@@ -306,8 +317,8 @@ void modExpPublic(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *m) {
     mt.sqr(sq, odd[0]);
     for (int i = 1; i < (1 << (w - 1)); i++) mt.mul(odd[i], odd[i - 1], sq);
 
-    u64 acc[kMaxLimbs];
-    for (int i = 0; i < n; i++) acc[i] = one[i];
+    u64 acc[kMaxLimbs] = {};
+    bool started = false;  // the first window sets acc instead of multiplying into it
     for (int32_t p = bits - 1; p >= 0;) {
         if (!EN_IsBitSet(e, p)) {
             mt.sqr(acc, acc);
@@ -319,14 +330,18 @@ void modExpPublic(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *m) {
         while (!EN_IsBitSet(e, low)) low++;
         uint32_t v = 0;
         for (int32_t i = p; i >= low; i--) {
-            mt.sqr(acc, acc);
+            if (started) mt.sqr(acc, acc);
             v = (v << 1) | uint32_t(EN_IsBitSet(e, i));
         }
-        mt.mul(acc, acc, odd[v / 2]);
+        if (started) {
+            mt.mul(acc, acc, odd[v / 2]);
+        } else {
+            for (int i = 0; i < n; i++) acc[i] = odd[v / 2][i];
+            started = true;
+        }
         p = low - 1;
     }
-    u64 unit[kMaxLimbs] = {1};
-    mt.mul(acc, acc, unit);
+    mt.fromMont(acc, acc);
     store(r, acc, m);
 }
 

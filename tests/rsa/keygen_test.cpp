@@ -104,22 +104,4 @@ TEST(RsaKeygen, X931WithItsAuxiliaryPrimes) {
     }
 }
 
-TEST(RsaKeygen, GenerateDCompletesAnOpenSslKey) {
-    EVP_PKEY *pkey = openSslKey(1024);
-    Key theirs = fromOpenSsl(pkey);
-    Key key;
-    for (ENUM *f : {&key->d, &key->dP, &key->dQ, &key->qInv}) f->length = 0;
-    EN_Copy(&key->e, &theirs->e);
-    EN_Copy(&key->p, &theirs->p);
-    EN_Copy(&key->q, &theirs->q);
-    EN_Copy(&key->n, &theirs->n);
-    if (EN_Comp(&key->p, &key->q) < 0) {  // our records keep p > q
-        EN_Copy(&key->p, &theirs->q);
-        EN_Copy(&key->q, &theirs->p);
-    }
-    E_RSA_GenerateD(key.get());
-    checkKey(key.get(), 65537);
-    EVP_PKEY_free(pkey);
-}
-
 }  // namespace
