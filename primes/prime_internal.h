@@ -11,17 +11,17 @@ namespace vc::prime {
 
 inline constexpr int kSmallPrimeCount = 2048;
 
+// A sieve of Eratosthenes up to the 2048th prime, cheap enough for any compiler's constant
+// evaluation limits.
 constexpr std::array<uint32_t, kSmallPrimeCount> makeSmallPrimes() {
+    constexpr uint32_t kLimit = 17864;
+    std::array<bool, kLimit> composite{};
     std::array<uint32_t, kSmallPrimeCount> out{};
     int found = 0;
-    for (uint32_t c = 2; found < kSmallPrimeCount; c++) {
-        bool prime = true;
-        for (int i = 0; i < found && out[i] * out[i] <= c; i++)
-            if (c % out[i] == 0) {
-                prime = false;
-                break;
-            }
-        if (prime) out[found++] = c;
+    for (uint32_t c = 2; c < kLimit && found < kSmallPrimeCount; c++) {
+        if (composite[c]) continue;
+        out[found++] = c;
+        for (uint32_t m = c * c; m < kLimit; m += c) composite[m] = true;
     }
     return out;
 }
