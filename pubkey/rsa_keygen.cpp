@@ -7,7 +7,7 @@
 #include <cstdio>
 
 #include "bignum/bn_internal.h"
-#include "bignum/prime_internal.h"
+#include "primes/prime_internal.h"
 #include "common/wipe.h"
 #include "pubkey/rsa_internal.h"
 
