@@ -106,7 +106,7 @@ void x931Prime(ENUM *y, const ENUM *x, const ENUM *a1, const ENUM *a2, const ENU
         // A safe-prime test cannot pass here ((Y - 1) / 2 is a multiple of a1), so the strong
         // variant tests Y with the X9.31 witnesses instead.
         if (coprime(t.get(), e) &&
-            (strong ? vc::prime::EN_IsProbablePrimeX9(y, 5) : EN_IsPrime(y)) == 1)
+            (strong ? vc::prime::isProbablePrimeX9(y, 5) : EN_IsPrime(y)) == 1)
             return;
         EN_Add(t.get(), y, step.get());
         vc::bignum::trim(t.get());

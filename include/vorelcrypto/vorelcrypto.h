@@ -17,5 +17,7 @@
 #include <vorelcrypto/dsa_dh.h>
 #include <vorelcrypto/ecc.h>
 #include <vorelcrypto/ec_protocols.h>
+#include <vorelcrypto/csp_pubkey.h>
+#include <vorelcrypto/asym_services.h>
 
 #endif
