@@ -5,6 +5,7 @@
 #include "cli.h"
 #include "pubkey/rsa_internal.h"
 #include "rsa_key.h"
+#include "service_pk.h"
 
 namespace {
 
@@ -36,7 +37,7 @@ int finish(const cli::Options &opts, const std::vector<uint8_t> &out) {
 }
 
 int encrypt(std::vector<std::string_view> args) {
-    cli::Options opts(args, {"-a", "-k", "-i", "-o"}, {"--help", "-h"});
+    cli::Options opts(args, {"-a", "-k", "-i", "-o"}, {"--help", "-h", "--service"});
     Setup s;
     if (int status = prepare(false, opts, s); status != cli::kOk) return status;
     RsaKey *key = s.key.key.get();
@@ -46,6 +47,8 @@ int encrypt(std::vector<std::string_view> args) {
                              " bytes)",
                          cli::kFailed);
     std::vector<uint8_t> out(k);
+    if (opts.has("--service"))
+        return cli::serviceRsaCrypt(false, s.oaep, cli::rsaPublicDer(key), k, s.in, out) == cli::kOk ? finish(opts, out) : cli::kFailed;
     const int32_t n = s.oaep ? vc::rsa::oaepEncrypt(out.data(), s.in.data(), uint32_t(s.in.size()), nullptr, 0, key, false)
                              : E_RSA_Public_Encrypt(out.data(), s.in.data(), int32_t(s.in.size()), key);
     if (n != int32_t(k)) return cli::fail("encryption failed", cli::kFailed);
@@ -53,11 +56,16 @@ int encrypt(std::vector<std::string_view> args) {
 }
 
 int decrypt(std::vector<std::string_view> args) {
-    cli::Options opts(args, {"-a", "-k", "-i", "-o"}, {"--help", "-h"});
+    cli::Options opts(args, {"-a", "-k", "-i", "-o"}, {"--help", "-h", "--service"});
     Setup s;
     if (int status = prepare(true, opts, s); status != cli::kOk) return status;
     RsaKey *key = s.key.key.get();
     std::vector<uint8_t> out(cli::rsaBytes(key));
+    if (opts.has("--service")) {
+        const std::vector<uint8_t> der = cli::rsaPrivateDer(key);
+        vc::rsa::wipeKey(key);
+        return cli::serviceRsaCrypt(true, s.oaep, der, 0, s.in, out) == cli::kOk ? finish(opts, out) : cli::kFailed;
+    }
     const int32_t n = s.oaep ? vc::rsa::oaepDecrypt(out.data(), s.in.data(), uint32_t(s.in.size()), nullptr, 0, key, false)
                              : E_RSA_Private_Decrypt(out.data(), s.in.data(), uint32_t(s.in.size()), key);
     vc::rsa::wipeKey(key);
@@ -67,11 +75,11 @@ int decrypt(std::vector<std::string_view> args) {
 }
 
 #define VC_PKENC_USAGE                                                                      \
-    " -a rsa|rsa-oaep -k KEYFILE [-i FILE] [-o FILE]\n\n"                                     \
+    " -a rsa|rsa-oaep -k KEYFILE [-i FILE] [-o FILE] [--service]\n\n"                                     \
     "  -a rsa       PKCS #1 v1.5 encryption (block type 2)\n"                                 \
     "  -a rsa-oaep  RSAES-OAEP with SHA-1, MGF1-SHA-1 and an empty label\n"                   \
     "Keys: PKCS #1 (or PKCS #8 / SubjectPublicKeyInfo) DER or PEM. Input from -i FILE or\n"   \
-    "standard input, output to -o FILE or standard output.\n"
+    "standard input, output to -o FILE or standard output. --service: through the V_ services.\n"
 
 const cli::Command encCommand{"pkenc", "encrypt a short message with an RSA public key",
                               "usage: vorelcrypto pkenc" VC_PKENC_USAGE, encrypt};
