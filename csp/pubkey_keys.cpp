@@ -20,6 +20,9 @@
 namespace vc::csp {
 namespace {
 
+// Callers reserve at least the record's size with 32-bit pointers.
+static_assert(sizeof(CspKeyRecord) >= 84 && sizeof(CspKeyHeader) == 76);
+
 constexpr uint32_t kDefaultExponent = 65537;
 constexpr uint32_t kMinModulusBytes = 64, kMaxModulusBytes = 300;
 constexpr uint32_t kMinPrimeBits = 512, kMaxPrimeBits = 2048;
