@@ -12,7 +12,7 @@
 namespace vc::csp {
 namespace {
 
-constexpr uint32_t kMaxShared = 300;  // a 2,400-bit p
+constexpr uint32_t kMaxShared = 600;  // the largest p a DH key record holds (150 words)
 
 bool isEcKeyAlgorithm(uint32_t a) { return a == CSP_ALG_ECDH || a == CSP_ALG_ECDSA; }
 

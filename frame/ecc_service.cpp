@@ -36,7 +36,8 @@ int32_t V_ECC_Sign(LibContext *ctx, int32_t kind, int32_t curve, const DataBlob 
                    const DataBlob *privateKey, DataBlob *signature) {
     if (ctx == nullptr || signature == nullptr || privateKey == nullptr) return -1;
     // Never less than what the engine writes, whatever the key's length.
-    const uint32_t room = std::max(privateKey->Length + kSignatureSlack, kSignatureRoom);
+    const uint64_t wanted = uint64_t(privateKey->Length) + kSignatureSlack;
+    const uint32_t room = uint32_t(std::max<uint64_t>(wanted > UINT32_MAX ? UINT32_MAX : wanted, kSignatureRoom));
     auto *work = static_cast<uint8_t *>(V_calloc(ctx, 1, room));
     if (work == nullptr) {
         ctx->error = VC_ERR_ALLOC;
@@ -80,7 +81,8 @@ int32_t eccCrypt(LibContext *ctx, int32_t curve, const DataBlob *key, const Data
     if (ctx == nullptr || output == nullptr) return -1;
     if (missing(input) || missing(key)) return VC_ERR_NOT_READY;
     *output = {0, nullptr};
-    const uint64_t room = uint64_t(input->Length) + (encrypt ? kEncryptionSlack : 0);
+    // An empty input still gets a buffer (the engines refuse it).
+    const uint64_t room = std::max<uint64_t>(uint64_t(input->Length) + (encrypt ? kEncryptionSlack : 0), 1);
     auto *work = room > UINT32_MAX ? nullptr : static_cast<uint8_t *>(V_calloc(ctx, 1, uint32_t(room)));
     if (work == nullptr) {
         ctx->error = VC_ERR_ALLOC;

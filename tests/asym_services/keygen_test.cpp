@@ -137,6 +137,15 @@ TEST_F(KeyGen, FailureAtEachAllocation) {
               (std::vector<int32_t>{20006, 20006, 20006, 20006, 30001, 30001, 30001, 30003, 30003, 20006, 20006}));
     EXPECT_EQ(failEach([&] { return pair(V_GenerateKCDSAKeyPair(&ctx, 0, &pub, &priv)); }),
               (std::vector<int32_t>{20006, 20006, 30001, 30001, 30003, 30003, 20006, 20006}));
+    // With parameters: the holder of the parameters and its buffer give 30001 too.
+    auto triple = [&](int32_t r) {
+        if (r != 0) {
+            EXPECT_EQ(params.Data, nullptr);
+        }
+        return pair(r);
+    };
+    EXPECT_EQ(failEach([&] { return triple(V_GenerateKCDSAKeyPair_Params(&ctx, 0, &pub, &priv, &params)); }),
+              (std::vector<int32_t>{20006, 20006, 30001, 30001, 30001, 30001, 30003, 30003, 30003, 20006, 20006, 20006}));
     // The EC buffers and outputs: 20006 stored, -1 returned.
     for (int kind : {15, 16}) {
         std::vector<int32_t> codes = failEach([&] {

@@ -233,6 +233,19 @@ TEST_F(KcdsaService, FailureAtEachAllocation) {
                   return std::pair{r, r == 0};
               }),
               (std::vector<int32_t>{20006, 20006}));
+    // Verification hands back the stored parameters in a new buffer; without it the result
+    // is the same and the blob stays empty.
+    ASSERT_EQ(V_KCDSA_Sign(&ctx, 4, &priv, nullptr, &m, &sig), 0);
+    const Bytes s = take(sig);
+    DataBlob pub = blob(kp.publicDer), sb = blob(s);
+    EXPECT_EQ(failEach([&] {
+                  DataBlob params{};
+                  EXPECT_EQ(V_KCDSA_Verify(&ctx, 4, &pub, &params, &m, &sb), 1);
+                  const bool handed = params.Data != nullptr;
+                  take(params);
+                  return std::pair{0, handed};
+              }),
+              (std::vector<int32_t>{0}));
 }
 
 }  // namespace
