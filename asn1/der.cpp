@@ -66,13 +66,31 @@ bool take(Input &in, uint8_t tag, Input &content) {
     return true;
 }
 
+// Big-endian octets (the first one non-zero, or none) into a number: four octets per word,
+// since a stored key's numbers are read on every use of the key.
+void loadMagnitude(ENUM *a, const uint8_t *in, uint32_t length) {
+    const uint32_t words = (length + 3) / 4;
+    for (uint32_t i = 0; i + 1 < words; i++) {
+        uint32_t w;
+        std::memcpy(&w, in + length - 4 * (i + 1), 4);
+        a->words[i] = __builtin_bswap32(w);
+    }
+    if (words > 0) {
+        uint32_t top = 0;
+        for (uint32_t k = 0; k < length - 4 * (words - 1); k++) top = top << 8 | in[k];
+        a->words[words - 1] = top;
+    }
+    a->sign = 0;
+    a->length = int32_t(words);
+}
+
 bool takeInteger(Input &in, const Field &field) {
     Input c;
     if (field.number == nullptr || field.number->words == nullptr) return false;
     if (!take(in, kInteger, c) || c.n == 0) return false;
     while (c.n > 0 && *c.p == 0) c.p++, c.n--;
     if (c.n > 4 * field.words) return false;
-    EN_BytesToENUM(field.number, c.p, c.n);
+    loadMagnitude(field.number, c.p, c.n);
     return true;
 }
 

@@ -30,6 +30,7 @@ enum class Sizing { Predicted, Exact };
 // Bit length of |a| ignoring leading zero words; 0 for zero and for a non-positive length.
 uint32_t magnitudeBits(const ENUM *a);
 
+// Octets of a definite length: one below 128, else 0x80 + n and the n octets of the value.
 inline uint32_t lengthOctets(uint64_t length) {
     if (length < 128) return 1;
     uint32_t n = 1;

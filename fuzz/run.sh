@@ -9,6 +9,10 @@ build=$(cd "${2:-build/fuzz}" && pwd)
 source_dir=$(cd "$(dirname "$0")" && pwd)
 work="$build/fuzz-work"
 mkdir -p "$work/artifacts"
+# Symbolised stack traces with llvm-14 alone (the unversioned llvm-symbolizer is another package).
+if [ -z "${ASAN_SYMBOLIZER_PATH:-}" ] && [ -x /usr/lib/llvm-14/bin/llvm-symbolizer ]; then
+    export ASAN_SYMBOLIZER_PATH=/usr/lib/llvm-14/bin/llvm-symbolizer
+fi
 
 failed=0
 targets=0
