@@ -16,7 +16,6 @@
 #include <memory>
 #include <vector>
 
-
 namespace {
 
 // One OpenSSL key per size, shared by both sides, and the same key in our record.
@@ -31,8 +30,9 @@ SharedKey &sharedKey(int bits) {
     if (k.pkey != nullptr) return k;
     k.pkey = EVP_RSA_gen(unsigned(bits));
     E_RSA_Init(k.ours.get());
-    const char *names[] = {OSSL_PKEY_PARAM_RSA_N,         OSSL_PKEY_PARAM_RSA_E,         OSSL_PKEY_PARAM_RSA_D,
-                           OSSL_PKEY_PARAM_RSA_FACTOR1,   OSSL_PKEY_PARAM_RSA_FACTOR2,   OSSL_PKEY_PARAM_RSA_EXPONENT1,
+    const char *names[] = {OSSL_PKEY_PARAM_RSA_N,         OSSL_PKEY_PARAM_RSA_E,
+                           OSSL_PKEY_PARAM_RSA_D,         OSSL_PKEY_PARAM_RSA_FACTOR1,
+                           OSSL_PKEY_PARAM_RSA_FACTOR2,   OSSL_PKEY_PARAM_RSA_EXPONENT1,
                            OSSL_PKEY_PARAM_RSA_EXPONENT2, OSSL_PKEY_PARAM_RSA_COEFFICIENT1};
     RsaKey *r = k.ours.get();
     ENUM *fields[] = {&r->n, &r->e, &r->d, &r->p, &r->q, &r->dP, &r->dQ, &r->qInv};
@@ -116,7 +116,8 @@ void medianOf20(benchmark::State &state, Generate generate) {
         for (int i = 0; i < 20; i++) {
             const auto start = std::chrono::steady_clock::now();
             generate(unsigned(state.range(0)));
-            seconds.push_back(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
+            seconds.push_back(
+                std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
         }
         std::nth_element(seconds.begin(), seconds.begin() + 10, seconds.end());
         state.SetIterationTime(seconds[10]);
@@ -141,8 +142,16 @@ const bool registered = [] {
     benchmark::RegisterBenchmark("rsa_private/openssl", privateOpenSsl)->Arg(1024)->Arg(2048);
     benchmark::RegisterBenchmark("rsa_public/ours", publicOurs)->Arg(1024)->Arg(2048);
     benchmark::RegisterBenchmark("rsa_public/openssl", publicOpenSsl)->Arg(1024)->Arg(2048);
-    benchmark::RegisterBenchmark("rsa_keygen_median20/ours", keygenOurs)->Arg(2048)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark("rsa_keygen_median20/openssl", keygenOpenSsl)->Arg(2048)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark("rsa_keygen_median20/ours", keygenOurs)
+        ->Arg(2048)
+        ->Iterations(1)
+        ->UseManualTime()
+        ->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark("rsa_keygen_median20/openssl", keygenOpenSsl)
+        ->Arg(2048)
+        ->Iterations(1)
+        ->UseManualTime()
+        ->Unit(benchmark::kMillisecond);
     return true;
 }();
 

@@ -74,9 +74,9 @@ int32_t E_RSA_Public_Encrypt_OAEP(uint8_t *out, const uint8_t *in, int32_t inLen
         say(true, "Input message too long. Fail to oaep encoding!");
     } else {
         uint8_t db[kMaxBytes] = {};
-        E_SHA1(db, P, pLen);
+        E_SHA1(db, orEmpty(P), pLen);
         db[dbLen - len - 1] = 0x01;
-        memcpy(db + dbLen - len, in, len);
+        memcpy(db + dbLen - len, orEmpty(in), len);
         mask(em, db, dbLen);
         vc::secure_wipe(db, sizeof db);
     }
@@ -103,7 +103,7 @@ int32_t E_RSA_Private_Decrypt_OAEP(uint8_t *out, const uint8_t *in, uint32_t inL
         uint32_t pos = kHash;  // the first 0x01 from position 20 on, bounded by the block
         while (pos < dbLen && db[pos] != 0x01) pos++;
         uint8_t pHash[kHash];
-        E_SHA1(pHash, P, pLen);
+        E_SHA1(pHash, orEmpty(P), pLen);
         if (memcmp(db, pHash, kHash) != 0) {
             say(true, "pHash' does mot equal pHash");
         } else if (pos < dbLen) {
@@ -142,9 +142,9 @@ int32_t oaepEncrypt(uint8_t *out, const uint8_t *in, uint32_t inLen, const uint8
     }
     const uint32_t dbLen = k - kHash - 1;
     uint8_t db[kMaxBytes] = {}, em[kMaxBytes] = {};
-    E_SHA1(db, label, labelLen);
+    E_SHA1(db, orEmpty(label), labelLen);
     db[dbLen - inLen - 1] = 0x01;
-    memcpy(db + dbLen - inLen, in, inLen);
+    memcpy(db + dbLen - inLen, orEmpty(in), inLen);
     mask(em + 1, db, dbLen);
     const int32_t result = encryptEm(out, em, k, k, key);
     vc::secure_wipe(db, sizeof db);
@@ -177,7 +177,7 @@ int32_t oaepDecrypt(uint8_t *out, const uint8_t *in, uint32_t inLen, const uint8
     unmask(em + 1, dbLen);
     const uint8_t *db = em + 1 + kHash;
     uint8_t lHash[kHash];
-    E_SHA1(lHash, label, labelLen);
+    E_SHA1(lHash, orEmpty(label), labelLen);
     // Every check runs over the whole block; `bad` collects the failures.
     uint32_t bad = em[0];
     for (uint32_t i = 0; i < kHash; i++) bad |= db[i] ^ lHash[i];

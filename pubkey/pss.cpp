@@ -50,7 +50,7 @@ int32_t pssSign(uint32_t hashId, uint32_t mgfHashId, uint8_t *sig, int32_t *sigL
         return 0;
     }
     uint8_t mHash[64], salt[kMaxBytes], em[kMaxBytes] = {};
-    hash(hashId, mHash, msg, msgLen);
+    hash(hashId, mHash, orEmpty(msg), msgLen);
     E_GenerateRandom(salt, saltLen, 1);
     const uint32_t dbLen = l.emLen - l.hLen - 1;
     uint8_t *db = em, *h = em + dbLen;
@@ -69,8 +69,8 @@ int32_t pssSign(uint32_t hashId, uint32_t mgfHashId, uint8_t *sig, int32_t *sigL
     return 1;
 }
 
-int32_t pssVerify(uint32_t hashId, uint32_t mgfHashId, const uint8_t *sig, uint32_t sigLen, const uint8_t *msg,
-                  uint32_t msgLen, uint32_t saltLen, RsaKey *key, bool speak) {
+int32_t pssVerify(uint32_t hashId, uint32_t mgfHashId, const uint8_t *sig, uint32_t sigLen,
+                  const uint8_t *msg, uint32_t msgLen, uint32_t saltLen, RsaKey *key, bool speak) {
     const Layout l = layoutOf(hashId, key);
     if (l.k == 0 || sigLen != l.k) {
         say(speak, "\npss verify error : invalid signature");
@@ -104,7 +104,7 @@ int32_t pssVerify(uint32_t hashId, uint32_t mgfHashId, const uint8_t *sig, uint3
     }
     if (ok) {
         uint8_t mHash[64], hh[64];
-        hash(hashId, mHash, msg, msgLen);
+        hash(hashId, mHash, orEmpty(msg), msgLen);
         hashPrime(hashId, hh, mHash, l.hLen, db + dbLen - saltLen, saltLen);
         ok = memcmp(hh, h, l.hLen) == 0;
     }

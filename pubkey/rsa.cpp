@@ -122,7 +122,7 @@ bool verifyPkcs1Strict(RsaKey *key, const uint8_t *expected, uint32_t expectedLe
     want[1] = 1;
     memset(want + 2, 0xFF, k - 3 - expectedLen);
     want[k - 1 - expectedLen] = 0;
-    memcpy(want + k - expectedLen, expected, expectedLen);
+    memcpy(want + k - expectedLen, orEmpty(expected), expectedLen);
     return memcmp(block, want, k) == 0;
 }
 
@@ -154,7 +154,7 @@ void padBlock(uint8_t *block, uint32_t k, uint8_t type, const uint8_t *in, uint3
             while (block[2 + i] == 0) RAND_Bytes(block + 2 + i, 1);
     }
     block[2 + pad] = 0;
-    memcpy(block + 3 + pad, in, inLen);
+    memcpy(block + 3 + pad, orEmpty(in), inLen);
 }
 
 // Opens a decrypted block held as minimal bytes at the start of a zero-filled k-byte buffer:
@@ -221,8 +221,8 @@ extern "C" {
 
 void E_RSA_Init(RsaKey *key) {
     ENUM *numbers[] = {&key->n, &key->e, &key->d, &key->p, &key->q, &key->dP, &key->dQ, &key->qInv};
-    uint32_t *storage[] = {key->nWords,  key->eWords,  key->dWords,   key->pWords,
-                           key->qWords,  key->dPWords, key->dQWords, key->qInvWords};
+    uint32_t *storage[] = {key->nWords, key->eWords,  key->dWords,  key->pWords,
+                           key->qWords, key->dPWords, key->dQWords, key->qInvWords};
     for (int i = 0; i < 8; i++) {
         numbers[i]->words = storage[i];
         numbers[i]->sign = 0;
@@ -250,8 +250,7 @@ int32_t E_RSA_Sign(const uint8_t *in, int32_t inLen, uint8_t *out, int32_t *sigL
     return 1;
 }
 
-int32_t E_RSA_Verify(const uint8_t *msg, int32_t msgLen, const uint8_t *sig, uint32_t sigLen,
-                     RsaKey *key) {
+int32_t E_RSA_Verify(const uint8_t *msg, int32_t msgLen, const uint8_t *sig, uint32_t sigLen, RsaKey *key) {
     // Only the first msgLen recovered bytes are compared; the recovered length bounds them, so
     // a failed opening or a message longer than what was recovered never matches.
     uint8_t recovered[kMaxBytes] = {};

@@ -34,6 +34,13 @@ void hash(uint32_t hashId, uint8_t *digest, const uint8_t *data, uint32_t length
 // XORs MGF1(seed) of `length` bytes into out.
 void mgf1Xor(uint32_t hashId, uint8_t *out, uint32_t length, const uint8_t *seed, uint32_t seedLen);
 
+// The caller's pointer, or a valid empty one for a null pointer with a zero length (copies and
+// hashes of nothing must not be handed a null pointer).
+inline const uint8_t *orEmpty(const uint8_t *p) {
+    static const uint8_t none = 0;
+    return p != nullptr ? p : &none;
+}
+
 // Erases the whole record (private numbers included).
 void wipeKey(RsaKey *key);
 
@@ -57,8 +64,8 @@ int32_t oaepDecrypt(uint8_t *out, const uint8_t *in, uint32_t inLen, const uint8
                     RsaKey *key, bool speak);
 int32_t pssSign(uint32_t hashId, uint32_t mgfHashId, uint8_t *sig, int32_t *sigLen, const uint8_t *msg,
                 uint32_t msgLen, uint32_t saltLen, RsaKey *key, bool speak);
-int32_t pssVerify(uint32_t hashId, uint32_t mgfHashId, const uint8_t *sig, uint32_t sigLen, const uint8_t *msg,
-                  uint32_t msgLen, uint32_t saltLen, RsaKey *key, bool speak);
+int32_t pssVerify(uint32_t hashId, uint32_t mgfHashId, const uint8_t *sig, uint32_t sigLen,
+                  const uint8_t *msg, uint32_t msgLen, uint32_t saltLen, RsaKey *key, bool speak);
 // aux receives p1, p2, q1, q2 (13 bytes each).
 void generateX931(RsaKey *key, uint32_t bits, uint32_t e, uint8_t *aux[4], bool safeAux, bool speak);
 

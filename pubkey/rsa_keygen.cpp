@@ -105,8 +105,7 @@ void x931Prime(ENUM *y, const ENUM *x, const ENUM *a1, const ENUM *a2, const ENU
         vc::bignum::trim(t.get());
         // A safe-prime test cannot pass here ((Y - 1) / 2 is a multiple of a1), so the strong
         // variant tests Y with the X9.31 witnesses instead.
-        if (coprime(t.get(), e) &&
-            (strong ? vc::prime::isProbablePrimeX9(y, 5) : EN_IsPrime(y)) == 1)
+        if (coprime(t.get(), e) && (strong ? vc::prime::isProbablePrimeX9(y, 5) : EN_IsPrime(y)) == 1)
             return;
         EN_Add(t.get(), y, step.get());
         vc::bignum::trim(t.get());
@@ -179,7 +178,9 @@ void vc::rsa::generateX931(RsaKey *key, uint32_t bits, uint32_t e, uint8_t *out[
 
 extern "C" {
 
-void E_RSA_GenerateKey(RsaKey *key, uint32_t bits, uint32_t e) { generate(key, bits, e, EN_GeneratePrimeRSA); }
+void E_RSA_GenerateKey(RsaKey *key, uint32_t bits, uint32_t e) {
+    generate(key, bits, e, EN_GeneratePrimeRSA);
+}
 
 void E_RSA_GenerateStrongKey(RsaKey *key, uint32_t bits, uint32_t e) {
     generate(key, bits, e, EN_GeneratePrimeStrongRSA);

@@ -97,8 +97,14 @@ TEST(RsaBehaviour, PaddingScans) {
         int32_t expected;  // message length or -1
     };
     const Case cases[] = {
-        {2, 8, 0x33, int32_t(k - 3 - 8)}, {2, 7, 0x33, -1}, {2, k - 2, 0x33, -1}, {1, 8, 0xFF, int32_t(k - 3 - 8)},
-        {1, 7, 0xFF, -1},                 {1, 20, 0xFE, -1}, {1, k - 2, 0xFF, -1}, {1, k - 3, 0xFF, 0},
+        {2, 8, 0x33, int32_t(k - 3 - 8)},
+        {2, 7, 0x33, -1},
+        {2, k - 2, 0x33, -1},
+        {1, 8, 0xFF, int32_t(k - 3 - 8)},
+        {1, 7, 0xFF, -1},
+        {1, 20, 0xFE, -1},
+        {1, k - 2, 0xFF, -1},
+        {1, k - 3, 0xFF, 0},
         {3, 20, 0xFF, -1},
     };
     for (const Case &c : cases) {
@@ -215,12 +221,16 @@ TEST(RsaBehaviour, OaepV20Limits) {
     Key &key = key1024();
     const Bytes msg(120, 0x42), P = vctest::bytesOf("params");
     Bytes out(128), back(128);
-    std::string said = captureStdout([&] { EXPECT_EQ(E_RSA_Public_Encrypt_OAEP(out.data(), msg.data(), 107, P.data(), 6, key.get()), -1); });
+    std::string said = captureStdout([&] {
+        EXPECT_EQ(E_RSA_Public_Encrypt_OAEP(out.data(), msg.data(), 107, P.data(), 6, key.get()), -1);
+    });
     EXPECT_EQ(said, "encrypt part : message too long. encoding error");
     Bytes one(128, 0);
     one[127] = 1;
     for (int32_t len : {87, 100, 106}) {
-        said = captureStdout([&] { EXPECT_EQ(E_RSA_Public_Encrypt_OAEP(out.data(), msg.data(), len, P.data(), 6, key.get()), 128); });
+        said = captureStdout([&] {
+            EXPECT_EQ(E_RSA_Public_Encrypt_OAEP(out.data(), msg.data(), len, P.data(), 6, key.get()), 128);
+        });
         EXPECT_EQ(said, "Input message too long. Fail to oaep encoding!");
         EXPECT_EQ(out, one);
     }
@@ -231,9 +241,12 @@ TEST(RsaBehaviour, OaepV20Limits) {
     // Up to 86 bytes: the block is RFC 8017's without its leading zero, so OpenSSL opens it.
     EVP_PKEY *pkey = toOpenSsl(key.get(), true);
     for (int32_t len : {0, 86}) {
-        said = captureStdout([&] { EXPECT_EQ(E_RSA_Public_Encrypt_OAEP(out.data(), msg.data(), len, P.data(), 6, key.get()), 128); });
+        said = captureStdout([&] {
+            EXPECT_EQ(E_RSA_Public_Encrypt_OAEP(out.data(), msg.data(), len, P.data(), 6, key.get()), 128);
+        });
         EXPECT_EQ(said, "");
-        EXPECT_EQ(openSsl(pkey, Op::kDecrypt, RSA_PKCS1_OAEP_PADDING, out, "SHA1", -2, P), Bytes(msg.begin(), msg.begin() + len));
+        EXPECT_EQ(openSsl(pkey, Op::kDecrypt, RSA_PKCS1_OAEP_PADDING, out, "SHA1", -2, P),
+                  Bytes(msg.begin(), msg.begin() + len));
         EXPECT_EQ(E_RSA_Private_Decrypt_OAEP(back.data(), out.data(), 128, P.data(), 6, key.get()), len);
     }
     EVP_PKEY_free(pkey);
@@ -285,7 +298,8 @@ TEST(RsaBehaviour, OaepV20Decoder) {
             Bytes out(128);
             int32_t got = 0;
             const std::string said = captureStdout([&] {
-                got = E_RSA_Private_Decrypt_OAEP(out.data(), ct.data(), 128, P.data(), uint32_t(P.size()), key.get());
+                got = E_RSA_Private_Decrypt_OAEP(out.data(), ct.data(), 128, P.data(), uint32_t(P.size()),
+                                                 key.get());
             });
             if (shortBlock) {
                 EXPECT_EQ(got, -1);
@@ -342,13 +356,17 @@ TEST(RsaBehaviour, PssHashSelectionAndMessages) {
     }
     Bytes sig(128);
     int32_t sigLen = 0;
-    std::string said = captureStdout([&] { EXPECT_EQ(E_RSASSA_PSS_Sign(8, 8, sig.data(), &sigLen, msg.data(), 3, 63, key.get()), 0); });
+    std::string said = captureStdout(
+        [&] { EXPECT_EQ(E_RSASSA_PSS_Sign(8, 8, sig.data(), &sigLen, msg.data(), 3, 63, key.get()), 0); });
     EXPECT_EQ(said, "EMSA_PSS_ENCODE ERROR : intended encoded message length too short(emLen < hLen+sLen+2)");
     ASSERT_EQ(E_RSASSA_PSS_Sign(1, 1, sig.data(), &sigLen, msg.data(), 3, 20, key.get()), 1);
-    said = captureStdout([&] { EXPECT_EQ(E_RSASSA_PSS_Verify(8, 8, sig.data(), 128, msg.data(), 3, 63, key.get()), 0); });
-    EXPECT_EQ(said, "\nEMSA_PSS_VERIFY ERROR : encoded message too short\npss verify error : invalid signature");
+    said = captureStdout(
+        [&] { EXPECT_EQ(E_RSASSA_PSS_Verify(8, 8, sig.data(), 128, msg.data(), 3, 63, key.get()), 0); });
+    EXPECT_EQ(said,
+              "\nEMSA_PSS_VERIFY ERROR : encoded message too short\npss verify error : invalid signature");
     sig[127] ^= 1;
-    said = captureStdout([&] { EXPECT_EQ(E_RSASSA_PSS_Verify(1, 1, sig.data(), 128, msg.data(), 3, 20, key.get()), 0); });
+    said = captureStdout(
+        [&] { EXPECT_EQ(E_RSASSA_PSS_Verify(1, 1, sig.data(), 128, msg.data(), 3, 20, key.get()), 0); });
     EXPECT_EQ(said, "\npss verify error : invalid signature");
     EVP_PKEY_free(pkey);
 }

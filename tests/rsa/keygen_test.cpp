@@ -65,7 +65,7 @@ TEST(RsaKeygen, PlainAndSafePrimes) {
         c.generate(key.get(), c.bits, c.e);
         checkKey(key.get(), c.e);
         Mpz n(&key->n), p(&key->p), q(&key->q);
-        EXPECT_EQ(mpz_sizeinbase(n, 2), c.bits);  // two top bits set in p and q
+        EXPECT_EQ(mpz_sizeinbase(n, 2), c.bits);               // two top bits set in p and q
         EXPECT_EQ(mpz_sizeinbase(p, 2), c.bits - c.bits / 2);  // the larger prime comes first
         EXPECT_EQ(mpz_sizeinbase(q, 2), c.bits / 2);
         if (c.safe) {
@@ -79,8 +79,8 @@ TEST(RsaKeygen, X931WithItsAuxiliaryPrimes) {
         Key key;
         uint8_t aux[4][32] = {};
         const std::string printed = captureStdout([&] {
-            (strong ? E_RSA_GenerateStrongX9Key : E_RSA_GenerateX9Key)(key.get(), 512, 65537, aux[0], aux[1], aux[2],
-                                                                        aux[3]);
+            (strong ? E_RSA_GenerateStrongX9Key : E_RSA_GenerateX9Key)(key.get(), 512, 65537, aux[0], aux[1],
+                                                                       aux[2], aux[3]);
         });
         checkKey(key.get(), 65537);
         Mpz p(&key->p), q(&key->q), g, pm, qm;

@@ -9,7 +9,8 @@ namespace rsatest {
 uint32_t Key::k() const {
     uint32_t bits = 0;
     const ENUM &n = rec->n;
-    if (n.length > 0) bits = uint32_t(n.length - 1) * 32 + uint32_t(32 - __builtin_clz(n.words[n.length - 1]));
+    if (n.length > 0)
+        bits = uint32_t(n.length - 1) * 32 + uint32_t(32 - __builtin_clz(n.words[n.length - 1]));
     return (bits + 7) / 8;
 }
 
@@ -38,8 +39,9 @@ Bytes param(EVP_PKEY *pkey, const char *name) {
 
 Key fromOpenSsl(EVP_PKEY *pkey) {
     Key key;
-    const char *names[] = {OSSL_PKEY_PARAM_RSA_N,         OSSL_PKEY_PARAM_RSA_E,         OSSL_PKEY_PARAM_RSA_D,
-                           OSSL_PKEY_PARAM_RSA_FACTOR1,   OSSL_PKEY_PARAM_RSA_FACTOR2,   OSSL_PKEY_PARAM_RSA_EXPONENT1,
+    const char *names[] = {OSSL_PKEY_PARAM_RSA_N,         OSSL_PKEY_PARAM_RSA_E,
+                           OSSL_PKEY_PARAM_RSA_D,         OSSL_PKEY_PARAM_RSA_FACTOR1,
+                           OSSL_PKEY_PARAM_RSA_FACTOR2,   OSSL_PKEY_PARAM_RSA_EXPONENT1,
                            OSSL_PKEY_PARAM_RSA_EXPONENT2, OSSL_PKEY_PARAM_RSA_COEFFICIENT1};
     ENUM *fields[] = {&key->n, &key->e, &key->d, &key->p, &key->q, &key->dP, &key->dQ, &key->qInv};
     for (int i = 0; i < 8; i++) setNumber(fields[i], param(pkey, names[i]));
@@ -48,8 +50,9 @@ Key fromOpenSsl(EVP_PKEY *pkey) {
 
 EVP_PKEY *toOpenSsl(RsaKey *key, bool withPrivate) {
     OSSL_PARAM_BLD *b = OSSL_PARAM_BLD_new();
-    const char *names[] = {OSSL_PKEY_PARAM_RSA_N,         OSSL_PKEY_PARAM_RSA_E,         OSSL_PKEY_PARAM_RSA_D,
-                           OSSL_PKEY_PARAM_RSA_FACTOR1,   OSSL_PKEY_PARAM_RSA_FACTOR2,   OSSL_PKEY_PARAM_RSA_EXPONENT1,
+    const char *names[] = {OSSL_PKEY_PARAM_RSA_N,         OSSL_PKEY_PARAM_RSA_E,
+                           OSSL_PKEY_PARAM_RSA_D,         OSSL_PKEY_PARAM_RSA_FACTOR1,
+                           OSSL_PKEY_PARAM_RSA_FACTOR2,   OSSL_PKEY_PARAM_RSA_EXPONENT1,
                            OSSL_PKEY_PARAM_RSA_EXPONENT2, OSSL_PKEY_PARAM_RSA_COEFFICIENT1};
     const ENUM *fields[] = {&key->n, &key->e, &key->d, &key->p, &key->q, &key->dP, &key->dQ, &key->qInv};
     BIGNUM *bns[8] = {};
@@ -76,10 +79,10 @@ EVP_PKEY *openSslKey(unsigned bits) { return EVP_RSA_gen(bits); }
 Bytes openSsl(EVP_PKEY *pkey, Op op, int padding, const Bytes &in, const char *digest, int saltLen,
               const Bytes &label) {
     EVP_PKEY_CTX *ctx = EVP_PKEY_CTX_new_from_pkey(nullptr, pkey, nullptr);
-    bool ok = (op == Op::kEncrypt         ? EVP_PKEY_encrypt_init(ctx)
-               : op == Op::kDecrypt       ? EVP_PKEY_decrypt_init(ctx)
-               : op == Op::kSign          ? EVP_PKEY_sign_init(ctx)
-                                          : EVP_PKEY_verify_recover_init(ctx)) > 0 &&
+    bool ok = (op == Op::kEncrypt   ? EVP_PKEY_encrypt_init(ctx)
+               : op == Op::kDecrypt ? EVP_PKEY_decrypt_init(ctx)
+               : op == Op::kSign    ? EVP_PKEY_sign_init(ctx)
+                                    : EVP_PKEY_verify_recover_init(ctx)) > 0 &&
               EVP_PKEY_CTX_set_rsa_padding(ctx, padding) > 0;
     if (ok && digest != nullptr && padding == RSA_PKCS1_OAEP_PADDING) {
         ok = EVP_PKEY_CTX_set_rsa_oaep_md_name(ctx, digest, nullptr) > 0;
@@ -90,8 +93,10 @@ Bytes openSsl(EVP_PKEY *pkey, Op op, int padding, const Bytes &in, const char *d
     }
     Bytes out(1024);
     size_t n = out.size();
-    auto run = op == Op::kEncrypt ? EVP_PKEY_encrypt : op == Op::kDecrypt ? EVP_PKEY_decrypt
-               : op == Op::kSign  ? EVP_PKEY_sign    : EVP_PKEY_verify_recover;
+    auto run = op == Op::kEncrypt   ? EVP_PKEY_encrypt
+               : op == Op::kDecrypt ? EVP_PKEY_decrypt
+               : op == Op::kSign    ? EVP_PKEY_sign
+                                    : EVP_PKEY_verify_recover;
     ok = ok && run(ctx, out.data(), &n, in.data(), in.size()) > 0;
     EVP_PKEY_CTX_free(ctx);
     out.resize(ok ? n : 0);
@@ -103,11 +108,12 @@ namespace {
 EVP_MD_CTX *pssContext(EVP_PKEY *pkey, const char *digest, int saltLen, bool sign) {
     EVP_MD_CTX *md = EVP_MD_CTX_new();
     EVP_PKEY_CTX *pctx = nullptr;
-    const bool ok = (sign ? EVP_DigestSignInit_ex(md, &pctx, digest, nullptr, nullptr, pkey, nullptr)
-                          : EVP_DigestVerifyInit_ex(md, &pctx, digest, nullptr, nullptr, pkey, nullptr)) > 0 &&
-                    EVP_PKEY_CTX_set_rsa_padding(pctx, RSA_PKCS1_PSS_PADDING) > 0 &&
-                    EVP_PKEY_CTX_set_rsa_pss_saltlen(pctx, saltLen) > 0 &&
-                    EVP_PKEY_CTX_set_rsa_mgf1_md_name(pctx, digest, nullptr) > 0;
+    const bool ok =
+        (sign ? EVP_DigestSignInit_ex(md, &pctx, digest, nullptr, nullptr, pkey, nullptr)
+              : EVP_DigestVerifyInit_ex(md, &pctx, digest, nullptr, nullptr, pkey, nullptr)) > 0 &&
+        EVP_PKEY_CTX_set_rsa_padding(pctx, RSA_PKCS1_PSS_PADDING) > 0 &&
+        EVP_PKEY_CTX_set_rsa_pss_saltlen(pctx, saltLen) > 0 &&
+        EVP_PKEY_CTX_set_rsa_mgf1_md_name(pctx, digest, nullptr) > 0;
     EXPECT_TRUE(ok);
     return md;
 }
@@ -133,19 +139,27 @@ Bytes openSslPssSign(EVP_PKEY *pkey, const char *digest, int saltLen, const Byte
 
 Bytes digestInfoPrefix(int hashId) {
     switch (hashId) {
-        case 6: return vctest::fromHex("3031300d060960864801650304020105000420");
-        case 7: return vctest::fromHex("3041300d060960864801650304020205000430");
-        case 8: return vctest::fromHex("3051300d060960864801650304020305000440");
-        default: return vctest::fromHex("3021300906052b0e03021a05000414");
+        case 6:
+            return vctest::fromHex("3031300d060960864801650304020105000420");
+        case 7:
+            return vctest::fromHex("3041300d060960864801650304020205000430");
+        case 8:
+            return vctest::fromHex("3051300d060960864801650304020305000440");
+        default:
+            return vctest::fromHex("3021300906052b0e03021a05000414");
     }
 }
 
 const char *digestName(int hashId) {
     switch (hashId) {
-        case 6: return "SHA256";
-        case 7: return "SHA384";
-        case 8: return "SHA512";
-        default: return "SHA1";
+        case 6:
+            return "SHA256";
+        case 7:
+            return "SHA384";
+        case 8:
+            return "SHA512";
+        default:
+            return "SHA1";
     }
 }
 

@@ -46,7 +46,7 @@ const Data &data() {
                 int id;
                 f >> id;
                 auto key = std::make_unique<Key>();
-                ENUM *fields[] = {&(*key)->n, &(*key)->e, &(*key)->d, &(*key)->p,
+                ENUM *fields[] = {&(*key)->n, &(*key)->e,  &(*key)->d,  &(*key)->p,
                                   &(*key)->q, &(*key)->dP, &(*key)->dQ, &(*key)->qInv};
                 for (ENUM *x : fields) {
                     std::string h;
@@ -94,7 +94,8 @@ bool accepts(const Vector &v, RsaKey *key, bool strict) {
                                      uint32_t(v.msg.size()), v.saltLen, key) == 1;
         } else {
             const Bytes t = digestInfo(v);
-            ok = strict ? vc::rsa::verifyPkcs1Strict(key, t.data(), uint32_t(t.size()), in.data(), uint32_t(in.size()))
+            ok = strict ? vc::rsa::verifyPkcs1Strict(key, t.data(), uint32_t(t.size()), in.data(),
+                                                     uint32_t(in.size()))
                         : E_RSA_Verify(t.data(), int32_t(t.size()), in.data(), uint32_t(in.size()), key) == 1;
             if (v.kind == "pkcs1gen" && v.result != 'i') {  // signing is deterministic
                 int32_t sigLen = 0;

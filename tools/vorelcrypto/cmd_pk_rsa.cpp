@@ -46,7 +46,8 @@ struct Der {
 };
 
 // rsaEncryption with NULL parameters.
-constexpr uint8_t kRsaAlgorithm[] = {0x06, 0x09, 0x2a, 0x86, 0x48, 0x86, 0xf7, 0x0d, 0x01, 0x01, 0x01, 0x05, 0x00};
+constexpr uint8_t kRsaAlgorithm[] = {0x06, 0x09, 0x2a, 0x86, 0x48, 0x86, 0xf7,
+                                     0x0d, 0x01, 0x01, 0x01, 0x05, 0x00};
 
 // The PKCS #1 key inside a PKCS #8 PrivateKeyInfo or a SubjectPublicKeyInfo; der itself when it is
 // neither.
@@ -147,10 +148,25 @@ struct Hash {
 };
 
 const Hash kHashes[] = {
-    {"sha1", 1, {0x30, 0x21, 0x30, 0x09, 0x06, 0x05, 0x2b, 0x0e, 0x03, 0x02, 0x1a, 0x05, 0x00, 0x04, 0x14}, 15},
-    {"sha256", 6, {0x30, 0x31, 0x30, 0x0d, 0x06, 0x09, 0x60, 0x86, 0x48, 0x01, 0x65, 0x03, 0x04, 0x02, 0x01, 0x05, 0x00, 0x04, 0x20}, 19},
-    {"sha384", 7, {0x30, 0x41, 0x30, 0x0d, 0x06, 0x09, 0x60, 0x86, 0x48, 0x01, 0x65, 0x03, 0x04, 0x02, 0x02, 0x05, 0x00, 0x04, 0x30}, 19},
-    {"sha512", 8, {0x30, 0x51, 0x30, 0x0d, 0x06, 0x09, 0x60, 0x86, 0x48, 0x01, 0x65, 0x03, 0x04, 0x02, 0x03, 0x05, 0x00, 0x04, 0x40}, 19},
+    {"sha1",
+     1,
+     {0x30, 0x21, 0x30, 0x09, 0x06, 0x05, 0x2b, 0x0e, 0x03, 0x02, 0x1a, 0x05, 0x00, 0x04, 0x14},
+     15},
+    {"sha256",
+     6,
+     {0x30, 0x31, 0x30, 0x0d, 0x06, 0x09, 0x60, 0x86, 0x48, 0x01, 0x65, 0x03, 0x04, 0x02, 0x01, 0x05, 0x00,
+      0x04, 0x20},
+     19},
+    {"sha384",
+     7,
+     {0x30, 0x41, 0x30, 0x0d, 0x06, 0x09, 0x60, 0x86, 0x48, 0x01, 0x65, 0x03, 0x04, 0x02, 0x02, 0x05, 0x00,
+      0x04, 0x30},
+     19},
+    {"sha512",
+     8,
+     {0x30, 0x51, 0x30, 0x0d, 0x06, 0x09, 0x60, 0x86, 0x48, 0x01, 0x65, 0x03, 0x04, 0x02, 0x03, 0x05, 0x00,
+      0x04, 0x40},
+     19},
 };
 
 const Hash *hashOf(const Options &opts) {
@@ -188,14 +204,15 @@ int signWith(const Options &opts, const std::vector<uint8_t> &keyFile, const std
     int32_t sigLen = 0;
     if (pss) {
         const uint32_t hLen = vc::rsa::hashLength(h->id);
-        if (vc::rsa::pssSign(h->id, h->id, signature.data(), &sigLen, message.data(), uint32_t(message.size()),
-                             hLen, key.key.get(), false) != 1)
+        if (vc::rsa::pssSign(h->id, h->id, signature.data(), &sigLen, message.data(),
+                             uint32_t(message.size()), hLen, key.key.get(), false) != 1)
             return fail("the key is too small for PSS with " + std::string(h->name), kFailed);
     } else {
         const std::vector<uint8_t> t = digestInfo(*h, message);
         if (opts.has("--service")) return serviceRsaSign(rsaPrivateDer(key.key.get()), k, t, signature);
         E_RSA_Sign(t.data(), int32_t(t.size()), signature.data(), &sigLen, key.key.get());
-        if (sigLen == -1) return fail("the key is too small for a " + std::string(h->name) + " signature", kFailed);
+        if (sigLen == -1)
+            return fail("the key is too small for a " + std::string(h->name) + " signature", kFailed);
         if (sigLen == 0) return fail("the private key is inconsistent (q * qInv mod p is not 1)", kFailed);
     }
     vc::rsa::wipeKey(key.key.get());
@@ -210,7 +227,8 @@ int verifyWith(const Options &opts, const std::vector<uint8_t> &keyFile, const s
     bool ok;
     if (pss) {
         ok = vc::rsa::pssVerify(h->id, h->id, signature.data(), uint32_t(signature.size()), message.data(),
-                                uint32_t(message.size()), vc::rsa::hashLength(h->id), key.key.get(), false) == 1;
+                                uint32_t(message.size()), vc::rsa::hashLength(h->id), key.key.get(),
+                                false) == 1;
     } else {
         const std::vector<uint8_t> t = digestInfo(*h, message);
         ok = opts.has("--service") ? serviceRsaVerify(rsaPublicDer(key.key.get()), t, signature)
@@ -230,12 +248,18 @@ const char kSignUsage[] =
     "  -a rsa-pss  RSASSA-PSS, MGF1 with the same hash, salt as long as the hash\n"
     "              keys: PKCS #1 (or PKCS #8 / SubjectPublicKeyInfo) DER or PEM\n";
 
-const PkAlgorithm rsa{"rsa", kGenkeyUsage, kSignUsage, genkey,
+const PkAlgorithm rsa{"rsa",
+                      kGenkeyUsage,
+                      kSignUsage,
+                      genkey,
                       [](const Options &o, const std::vector<uint8_t> &k, const std::vector<uint8_t> &m,
                          std::vector<uint8_t> &s) { return signWith(o, k, m, s, false); },
                       [](const Options &o, const std::vector<uint8_t> &k, const std::vector<uint8_t> &m,
                          const std::vector<uint8_t> &s) { return verifyWith(o, k, m, s, false); }};
-const PkAlgorithm rsaPss{"rsa-pss", nullptr, nullptr, nullptr,
+const PkAlgorithm rsaPss{"rsa-pss",
+                         nullptr,
+                         nullptr,
+                         nullptr,
                          [](const Options &o, const std::vector<uint8_t> &k, const std::vector<uint8_t> &m,
                             std::vector<uint8_t> &s) { return signWith(o, k, m, s, true); },
                          [](const Options &o, const std::vector<uint8_t> &k, const std::vector<uint8_t> &m,
@@ -256,9 +280,11 @@ int loadRsaKey(const std::vector<uint8_t> &file, bool needPrivate, LoadedRsaKey 
     if (!out.isPrivate) {
         std::memset(key, 0, sizeof *key);
         E_RSA_Init(key);
-        if (!decodeAll(der, key, E_ASN1_GetRSAPublicKey)) return fail("the key file holds no RSA key", kFailed);
+        if (!decodeAll(der, key, E_ASN1_GetRSAPublicKey))
+            return fail("the key file holds no RSA key", kFailed);
     }
-    if (!plausible(key, out.isPrivate)) return fail("the RSA key is unusable (modulus of 96 to 2400 bits, odd)", kFailed);
+    if (!plausible(key, out.isPrivate))
+        return fail("the RSA key is unusable (modulus of 96 to 2400 bits, odd)", kFailed);
     if (needPrivate && !out.isPrivate) return fail("this needs an RSA private key", kFailed);
     return kOk;
 }

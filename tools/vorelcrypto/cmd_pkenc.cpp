@@ -32,7 +32,8 @@ int prepare(bool decrypt, cli::Options &opts, Setup &s) {
 
 int finish(const cli::Options &opts, const std::vector<uint8_t> &out) {
     std::string error;
-    if (!cli::writeFile(opts.value("-o", "-"), out.data(), out.size(), error)) return cli::fail(error, cli::kFailed);
+    if (!cli::writeFile(opts.value("-o", "-"), out.data(), out.size(), error))
+        return cli::fail(error, cli::kFailed);
     return cli::kOk;
 }
 
@@ -43,14 +44,17 @@ int encrypt(std::vector<std::string_view> args) {
     RsaKey *key = s.key.key.get();
     const uint32_t k = cli::rsaBytes(key), limit = k - (s.oaep ? 42 : 11);
     if (k < (s.oaep ? 42u : 11u) || s.in.size() > limit)
-        return cli::fail("message too long for the key (at most " + std::to_string(k < 42 && s.oaep ? 0 : limit) +
-                             " bytes)",
+        return cli::fail("message too long for the key (at most " +
+                             std::to_string(k < 42 && s.oaep ? 0 : limit) + " bytes)",
                          cli::kFailed);
     std::vector<uint8_t> out(k);
-    if (opts.has("--service"))
-        return cli::serviceRsaCrypt(false, s.oaep, cli::rsaPublicDer(key), k, s.in, out) == cli::kOk ? finish(opts, out) : cli::kFailed;
-    const int32_t n = s.oaep ? vc::rsa::oaepEncrypt(out.data(), s.in.data(), uint32_t(s.in.size()), nullptr, 0, key, false)
-                             : E_RSA_Public_Encrypt(out.data(), s.in.data(), int32_t(s.in.size()), key);
+    if (opts.has("--service")) {
+        const int status = cli::serviceRsaCrypt(false, s.oaep, cli::rsaPublicDer(key), k, s.in, out);
+        return status == cli::kOk ? finish(opts, out) : status;
+    }
+    const int32_t n =
+        s.oaep ? vc::rsa::oaepEncrypt(out.data(), s.in.data(), uint32_t(s.in.size()), nullptr, 0, key, false)
+               : E_RSA_Public_Encrypt(out.data(), s.in.data(), int32_t(s.in.size()), key);
     if (n != int32_t(k)) return cli::fail("encryption failed", cli::kFailed);
     return finish(opts, out);
 }
@@ -64,10 +68,12 @@ int decrypt(std::vector<std::string_view> args) {
     if (opts.has("--service")) {
         const std::vector<uint8_t> der = cli::rsaPrivateDer(key);
         vc::rsa::wipeKey(key);
-        return cli::serviceRsaCrypt(true, s.oaep, der, 0, s.in, out) == cli::kOk ? finish(opts, out) : cli::kFailed;
+        const int status = cli::serviceRsaCrypt(true, s.oaep, der, 0, s.in, out);
+        return status == cli::kOk ? finish(opts, out) : status;
     }
-    const int32_t n = s.oaep ? vc::rsa::oaepDecrypt(out.data(), s.in.data(), uint32_t(s.in.size()), nullptr, 0, key, false)
-                             : E_RSA_Private_Decrypt(out.data(), s.in.data(), uint32_t(s.in.size()), key);
+    const int32_t n =
+        s.oaep ? vc::rsa::oaepDecrypt(out.data(), s.in.data(), uint32_t(s.in.size()), nullptr, 0, key, false)
+               : E_RSA_Private_Decrypt(out.data(), s.in.data(), uint32_t(s.in.size()), key);
     vc::rsa::wipeKey(key);
     if (n < 0) return cli::fail("decryption failed", cli::kFailed);
     out.resize(size_t(n));
@@ -75,10 +81,10 @@ int decrypt(std::vector<std::string_view> args) {
 }
 
 #define VC_PKENC_USAGE                                                                      \
-    " -a rsa|rsa-oaep -k KEYFILE [-i FILE] [-o FILE] [--service]\n\n"                                     \
-    "  -a rsa       PKCS #1 v1.5 encryption (block type 2)\n"                                 \
-    "  -a rsa-oaep  RSAES-OAEP with SHA-1, MGF1-SHA-1 and an empty label\n"                   \
-    "Keys: PKCS #1 (or PKCS #8 / SubjectPublicKeyInfo) DER or PEM. Input from -i FILE or\n"   \
+    " -a rsa|rsa-oaep -k KEYFILE [-i FILE] [-o FILE] [--service]\n\n"                       \
+    "  -a rsa       PKCS #1 v1.5 encryption (block type 2)\n"                               \
+    "  -a rsa-oaep  RSAES-OAEP with SHA-1, MGF1-SHA-1 and an empty label\n"                 \
+    "Keys: PKCS #1 (or PKCS #8 / SubjectPublicKeyInfo) DER or PEM. Input from -i FILE or\n" \
     "standard input, output to -o FILE or standard output. --service: through the V_ services.\n"
 
 const cli::Command encCommand{"pkenc", "encrypt a short message with an RSA public key",
