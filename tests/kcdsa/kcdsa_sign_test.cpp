@@ -230,6 +230,9 @@ TEST(KcdsaAll, SignaturesVerifyAndResistChanges) {
                       verifyAs(kind, m, s2, key.rec) + verifyAs(kind, m, sig, other.rec),
                   0) << kind;
         EXPECT_EQ(kind >= 2 ? verifyAs(5 - kind, m, sig, key.rec) : 0, 0);
+        // Every shorter prefix is refused (and read only within its length).
+        for (size_t n = kind == 1 ? 20 : 0; n < sig.size(); n++)
+            EXPECT_EQ(verifyAs(kind, m, Bytes(sig.begin(), sig.begin() + long(n)), key.rec), 0) << kind << " " << n;
     }
 }
 
