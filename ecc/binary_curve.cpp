@@ -150,7 +150,8 @@ void binaryScalarMul(int curveId, int methodFlag, const BinaryField &field, cons
     const BinaryCurveConstants *curve = binaryCurveConstants(curveId);
     bool isBase = false;
     if (curve != nullptr) {
-        const binary::Point g = binary::basePoint(*curve);
+        const binary::Point base = binary::basePoint(*curve);
+        const binary::Point g{f.reduced(base.x), f.reduced(base.y)};
         if (methodFlag != 0) p = g;
         isBase = p.x == g.x && p.y == g.y;
     }

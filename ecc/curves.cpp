@@ -33,10 +33,9 @@ const PrimeCurveConstants kSecp160r1 = {
 uint32_t lowOctetsToWords(const uint8_t *octets, uint32_t length, uint32_t words[6]) {
     for (int i = 0; i < 6; i++) words[i] = 0;
     const uint32_t n = length > 24 ? 24 : length;
-    const uint8_t *low = octets + (length - n);
     for (uint32_t i = 0; i < n; i++) {
         const uint32_t byte = n - 1 - i;
-        words[byte / 4] |= uint32_t(low[i]) << (8 * (byte % 4));
+        words[byte / 4] |= uint32_t(octets[length - n + i]) << (8 * (byte % 4));
     }
     return 8 * n;
 }

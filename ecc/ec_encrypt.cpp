@@ -29,7 +29,8 @@ uint32_t ZENOR_V1_ECC_getLengthOfMessageToBeEncrypted(const EcParams *params, ui
 }
 
 uint32_t ZENOR_V1_ECC_getLengthOfOriginalMessage(const EcParams *params, const Opaque8 *ciphertext) {
-    // Only the low 8 bits of the ciphertext length take part in the guard, as ever.
+    // Only the low 8 bits of the ciphertext length take part in the guard: callers that size
+    // their buffers from this result depend on it.
     if ((ciphertext->length & 0xFF) <= params->G.length) return 0xFFFFFFFF;
     return ciphertext->length - params->G.length;
 }

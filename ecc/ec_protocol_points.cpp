@@ -204,7 +204,7 @@ PrimePoint primeAdd(const Field &f, const PrimePoint &p, const PrimePoint &q) {
         fieldSub(f, num, q.y, p.y);
         fieldSub(f, den, q.x, p.x);
     }
-    fieldInv(f, den, den);
+    invPublic(f, den, den);
     fieldMul(f, lambda, num, den);
     fieldMul(f, t, lambda, lambda);
     fieldSub(f, t, t, p.x);
@@ -329,6 +329,72 @@ void addPoints(int curveId, const uint8_t *p, const uint8_t *q, uint8_t *out) {
     };
     const binary::Point r = binaryAdd(f, c.a, load(p), load(q));
     putBinaryPoint(r, out);
+}
+
+int jointMul(int curveId, const uint8_t u1[kOrderBytes], const uint8_t u2[kOrderBytes], const uint8_t *q,
+             uint8_t *out) {
+    if (!isBuiltInCurve(curveId)) return -4;
+    // The scalars are public: their leading zero octets are left out, which shortens the
+    // multiplications (their length in octets bounds the work).
+    const uint32_t skip1 = leadingZeros(u1, kOrderBytes), skip2 = leadingZeros(u2, kOrderBytes);
+    uint8_t p1[kMaxPointBytes], p2[kMaxPointBytes];
+    if (scalarMulBase(curveId, u1 + skip1, kOrderBytes - skip1, p1, false) != 0 ||
+        scalarMul(curveId, q, pointBytes(curveId), u2 + skip2, kOrderBytes - skip2, p2, false) != 0)
+        return -4;
+    addPoints(curveId, p1, p2, out);
+    return 0;
+}
+
+void invPublic(const Field &f, Fe &r, const Fe &a) {
+    Fe plain;
+    fieldFromMont(f, plain, a);
+    // Binary extended Euclid on u = a, v = p with u = x1 a, v = x2 a (mod p) throughout.
+    Fe u = plain, v = f.p, x1{{1, 0, 0}}, x2{};
+    const auto isOne = [](const Fe &t) { return t.v[0] == 1 && t.v[1] == 0 && t.v[2] == 0; };
+    const auto halve = [&](Fe &t) {
+        for (int i = 0; i < 3; i++) t.v[i] = (t.v[i] >> 1) | (i < 2 ? t.v[i + 1] << 63 : 0);
+    };
+    // x / 2 mod p: (x + p) / 2 for odd x; p < 2^191, so the sum fits three limbs.
+    const auto halveMod = [&](Fe &t) {
+        if (t.v[0] & 1) {
+            u64 carry = 0;
+            for (int i = 0; i < 3; i++) {
+                const u128 s = u128(t.v[i]) + f.p.v[i] + carry;
+                t.v[i] = u64(s);
+                carry = u64(s >> 64);
+            }
+        }
+        halve(t);
+    };
+    const auto less = [](const Fe &x, const Fe &y) {
+        for (int i = 2; i >= 0; i--)
+            if (x.v[i] != y.v[i]) return x.v[i] < y.v[i];
+        return false;
+    };
+    const auto minus = [](Fe &x, const Fe &y) {
+        u64 borrow = 0;
+        for (int i = 0; i < 3; i++) {
+            const u128 d = u128(x.v[i]) - y.v[i] - borrow;
+            x.v[i] = u64(d);
+            borrow = u64(d >> 64) & 1;
+        }
+    };
+    if (fieldIsZero(plain)) {
+        r = Fe{};
+        return;
+    }
+    while (!isOne(u) && !isOne(v)) {
+        while ((u.v[0] & 1) == 0) halve(u), halveMod(x1);
+        while ((v.v[0] & 1) == 0) halve(v), halveMod(x2);
+        if (!less(u, v)) {
+            minus(u, v);
+            fieldSub(f, x1, x1, x2);
+        } else {
+            minus(v, u);
+            fieldSub(f, x2, x2, x1);
+        }
+    }
+    fieldToMont(f, r, isOne(u) ? x1 : x2);  // plain a^-1 back to Montgomery form
 }
 
 int ecdhValue(int curveId, const Opaque8 *peer, const Opaque8 *d, uint8_t z[21], uint32_t *zLength) {

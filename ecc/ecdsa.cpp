@@ -137,17 +137,13 @@ int ecdsaVerifyDigest(int curveId, const Opaque8 *publicKey, const uint8_t *dige
     toOrder(o, s->data, s->length, fs);
     Fe e;
     toOrder(o, digest, digestLength, e);
-    fieldInv(o.f, w, fs);
+    invPublic(o.f, w, fs);
     fieldMul(o.f, u1, e, w);
     fieldMul(o.f, u2, fr, w);
-    uint8_t b1[kOrderBytes], b2[kOrderBytes], p1[kMaxPointBytes], p2[kMaxPointBytes], sum[kMaxPointBytes];
+    uint8_t b1[kOrderBytes], b2[kOrderBytes], sum[kMaxPointBytes];
     fromOrder(o, u1, b1);
     fromOrder(o, u2, b2);
-    const uint32_t length = pointBytes(curveId);
-    if (scalarMulBase(curveId, b1, kOrderBytes, p1, false) != 0 ||
-        scalarMul(curveId, q, length, b2, kOrderBytes, p2, false) != 0)
-        return kRefused;
-    addPoints(curveId, p1, p2, sum);
+    if (jointMul(curveId, b1, b2, q, sum) != 0) return kRefused;
     uint8_t x[21] = {};
     std::memcpy(x + 21 - maxLength, sum + 1, maxLength);
     if (leadingZeros(x, 21) == 21) return kMalformed;

@@ -170,18 +170,18 @@ int verify(int curveId, const Opaque8 *publicKey, const uint8_t *msg, uint32_t m
         return kMalformed;
     KeyOctets key{};
     if (!keyOctets(curveId, publicKey, key)) return kRefused;
-    uint8_t h[20], eb[kOrderBytes], p1[kMaxPointBytes], p2[kMaxPointBytes], w[kMaxPointBytes], digest[20];
+    uint8_t h[20], eb[kOrderBytes], w[kMaxPointBytes], digest[20];
     messageHash(key.data, key.length, msg, msgLen, h);
     const Fe e = challenge(o, r->data, h);
     fromOrder(o, e, eb);
     trace(print, "\n v' : ", h, 20);
     trace(print, "\n e' : ", eb, kOrderBytes);
-    if (scalarMul(curveId, key.point, pointBytes(curveId), s->data, s->length, p1, false) != 0 ||
-        scalarMulBase(curveId, eb, kOrderBytes, p2, false) != 0) {
+    uint8_t sb[kOrderBytes] = {};
+    std::memcpy(sb, s->data, kOrderBytes);
+    if (jointMul(curveId, eb, sb, key.point, w) != 0) {
         traceEnd(print);
         return kRefused;
     }
-    addPoints(curveId, p1, p2, w);
     E_HAS160(digest, w + 1, hashWidth(curveId));
     trace(print, "\n x2 : ", w + 1, coordinateBytes(curveId));
     trace(print, "\nH(x2) : ", digest, 20);

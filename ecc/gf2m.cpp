@@ -90,9 +90,16 @@ VC_CLMUL inline void store(uint64_t c[6], __m128i lo, __m128i mid, __m128i hi) {
     c[5] = uint64_t(_mm_extract_epi64(hi, 1));
 }
 
+// Limbs 0 and 1 as one vector from two 64-bit loads: elements are written limb by limb, and a
+// 128-bit load of two separate 64-bit stores cannot take them from the store buffer, which
+// would stall every product on the one before it.
+VC_CLMUL inline __m128i load01(const Fe &a) {
+    return _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i *>(a.w)),
+                              _mm_loadl_epi64(reinterpret_cast<const __m128i *>(a.w + 1)));
+}
+
 VC_CLMUL inline void productClmulInline(uint64_t c[6], const Fe &a, const Fe &b) {
-    const __m128i a01 = _mm_set_epi64x(int64_t(a.w[1]), int64_t(a.w[0]));
-    const __m128i b01 = _mm_set_epi64x(int64_t(b.w[1]), int64_t(b.w[0]));
+    const __m128i a01 = load01(a), b01 = load01(b);
     const __m128i a2 = _mm_cvtsi64_si128(int64_t(a.w[2]));
     const __m128i b2 = _mm_cvtsi64_si128(int64_t(b.w[2]));
     const __m128i p00 = _mm_clmulepi64_si128(a01, b01, 0x00);
@@ -109,7 +116,7 @@ VC_CLMUL inline void productClmulInline(uint64_t c[6], const Fe &a, const Fe &b)
 }
 
 VC_CLMUL inline void squareClmul(uint64_t c[6], const Fe &a) {
-    const __m128i a01 = _mm_set_epi64x(int64_t(a.w[1]), int64_t(a.w[0]));
+    const __m128i a01 = load01(a);
     const __m128i a2 = _mm_cvtsi64_si128(int64_t(a.w[2]));
     store(c, _mm_clmulepi64_si128(a01, a01, 0x00), _mm_clmulepi64_si128(a01, a01, 0x11),
           _mm_clmulepi64_si128(a2, a2, 0x00));
@@ -342,11 +349,11 @@ void toWords(const Fe &a, uint32_t w[6]) {
 }
 
 Field::Field(const BinaryField &f, Kernel kernel) : f_(f) {
-    clmul_ = kernel == Kernel::best && clmulAvailable();
+    const bool clmul = kernel == Kernel::best && clmulAvailable();
     int poly = 2;
     if (f.m == 163 && f.k3 == 7 && f.k2 == 6 && f.k1 == 3) poly = 0;
     if (f.m == 163 && f.k3 == 8 && f.k2 == 2 && f.k1 == 1) poly = 1;
-    ops_ = &kOps[clmul_ ? 1 : 0][poly];
+    ops_ = &kOps[clmul ? 1 : 0][poly];
 }
 
 Fe Field::reduced(const Fe &a) const {

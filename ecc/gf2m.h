@@ -44,11 +44,14 @@ inline void cswap(uint64_t mask, Fe &a, Fe &b) {
 Fe fromWords(const uint32_t w[6]);
 void toWords(const Fe &a, uint32_t w[6]);
 
-// The unreduced 384-bit carry-less products of the two kernels (for cross-checks).
+// The unreduced 384-bit carry-less products of the two kernels (for cross-checks); the PCLMUL
+// one only where clmulAvailable().
 void productPortable(uint64_t c[6], const Fe &a, const Fe &b);
 void productClmul(uint64_t c[6], const Fe &a, const Fe &b);
 bool clmulAvailable();
 
+// best: PCLMUL where the processor has it; portable: the integer kernel everywhere (tests and
+// benchmarks run it on any machine).
 enum class Kernel { best, portable };
 
 class Field {
@@ -72,7 +75,6 @@ public:
     Fe halfTrace(const Fe &c) const;
 
     const BinaryField &params() const { return f_; }
-    bool usesClmul() const { return clmul_; }
 
     struct Ops {
         void (*mul)(const Field &, Fe &, const Fe &, const Fe &);
@@ -84,7 +86,6 @@ public:
 private:
     BinaryField f_;
     const Ops *ops_;
-    bool clmul_;
 };
 
 }  // namespace vc::ecc::gf2m

@@ -9,7 +9,7 @@ void fieldInv(const Field &f, Fe &r, const Fe &a) {
     for (int i = 1; i < 16; i++) fieldMul(f, table[i], table[i - 1], a);
     Fe acc = f.one;
     for (int nibble = 47; nibble >= 0; nibble--) {
-        for (int s = 0; s < 4; s++) fieldSqr(f, acc, acc);
+        for (int s = 0; s < 4; s++) fieldMul(f, acc, acc, acc);
         const unsigned d = unsigned(f.pMinus2.v[nibble / 16] >> (4 * (nibble % 16))) & 15;
         fieldMul(f, acc, acc, table[d]);  // d comes from the public exponent
     }
@@ -23,13 +23,6 @@ Fe feFromBytes(const uint8_t *in, uint32_t n) {
         r.v[bit / 64] |= u64(in[i]) << (bit % 64);
     }
     return r;
-}
-
-void feToBytes(const Fe &a, uint8_t *out, uint32_t n) {
-    for (uint32_t i = 0; i < n; i++) {
-        const uint32_t bit = 8 * (n - 1 - i);
-        out[i] = bit < 192 ? uint8_t(a.v[bit / 64] >> (bit % 64)) : 0;
-    }
 }
 
 Fe feFromWords(const uint32_t *in, int n) {

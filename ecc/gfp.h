@@ -65,8 +65,6 @@ inline constexpr void fieldMul(const Field &f, Fe &r, const Fe &a, const Fe &b) 
     reduceOnce(f, r, t, t3);
 }
 
-inline void fieldSqr(const Field &f, Fe &r, const Fe &a) { fieldMul(f, r, a, a); }
-
 inline constexpr void fieldAdd(const Field &f, Fe &r, const Fe &a, const Fe &b) {
     u64 t[3], carry = 0;
     for (int i = 0; i < 3; i++) {
@@ -149,9 +147,8 @@ inline void fieldFromMont(const Field &f, Fe &r, const Fe &a) {
 // p - 2, so the time does not depend on a.
 void fieldInv(const Field &f, Fe &r, const Fe &a);
 
-// Big-endian octets (at most 24) to a plain value and back (`n` octets, zero-padded on the left).
+// Big-endian octets (at most 24) to a plain value.
 Fe feFromBytes(const uint8_t *in, uint32_t n);
-void feToBytes(const Fe &a, uint8_t *out, uint32_t n);
 // Little-endian 32-bit words (at most 6) to a plain value and back.
 Fe feFromWords(const uint32_t *in, int n);
 void feToWords(const Fe &a, uint32_t *out, int n);

@@ -60,6 +60,8 @@ void addMod(ENUM *r, const ENUM *x, const ENUM *y, const Curve &c) { EN_Mod_Add(
 void subMod(ENUM *r, const ENUM *x, const ENUM *y, const Curve &c) { EN_Mod_Sub(r, x, y, &c.p.n); }
 void mulMod(ENUM *r, const ENUM *x, const ENUM *y, const Curve &c) { EN_Mod_Mul(r, x, y, &c.p.n); }
 
+// With Y = 2y: Z3 = Y Z, A = X^2, B = Y^2, C = B^2, D = 2X B, M = 3A + a Z^4,
+// X3 = M^2 - D, Y3 = M (D - 2 X3) - C: the usual Jacobian doubling, Y still doubled.
 void doubling(const uint32_t point[18], uint32_t out[18], const Curve &c) {
     Temp X, Y, Z;
     load(X, point), load(Y, point + 6), load(Z, point + 12);
@@ -100,6 +102,10 @@ void powers(const ENUM *z, Temp &z2, Temp &z3, const Curve &c) {
     mulMod(z3.get(), z2.get(), z, c);
 }
 
+// U0 = X0 Z1^2, U1 = X1 Z0^2, S0 = Y0 Z1^3, S1 = Y1 Z0^3, W = U0 - U1, R = S0 - S1,
+// T = U0 + U1, M = S0 + S1, F = (2W)^2: Z2 = 2W Z0 Z1, X2 = R^2 - T F, V = T F - 2 X2,
+// Y2 = V R - M W F, the Jacobian sum scaled by 2, which the doubled Y absorbs. W = 0 gives
+// (1, 2, 0) for P0 = -P1 and (0, 0, 0) for P0 = P1.
 void addition(const uint32_t p0[18], const uint32_t p1[18], uint32_t out[18], const Curve &c) {
     Temp X0, Y0, Z0, X1, Y1, Z1;
     load(X0, p0), load(Y0, p0 + 6), load(Z0, p0 + 12);

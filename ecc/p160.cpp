@@ -18,8 +18,6 @@
 namespace vc::ecc {
 namespace {
 
-constexpr Field kF = makeField(Fe{{0xFFFFFFFF7FFFFFFFull, 0xFFFFFFFFFFFFFFFFull, 0xFFFFFFFFull}});
-
 struct Jac {
     Fe x, y, z;
 };
@@ -29,7 +27,8 @@ struct Aff {
 
 constexpr Fe kOne{{1, 0, 0}};
 constexpr u64 kLow32 = 0xFFFFFFFFull;
-constexpr u64 kP0 = 0xFFFFFFFF7FFFFFFFull, kP1 = ~0ull, kP2 = kLow32;
+constexpr u64 kP0 = 0xFFFFFFFF7FFFFFFFull, kP1 = ~0ull, kP2 = kLow32;  // p = 2^160 - 2^31 - 1
+constexpr Fe kPMinus2{{kP0 - 2, kP1, kP2}};
 using ull = unsigned long long;
 
 // r = s - p when s >= p, else s, for s < 2p: the borrow of s - p picks, through a mask.
@@ -137,7 +136,7 @@ void invert(Fe &r, const Fe &a) {
     Fe acc = kOne;
     for (int nibble = 39; nibble >= 0; nibble--) {
         for (int s = 0; s < 4; s++) sqr(acc, acc);
-        mul(acc, acc, table[(kF.pMinus2.v[nibble / 16] >> (4 * (nibble % 16))) & 15]);
+        mul(acc, acc, table[(kPMinus2.v[nibble / 16] >> (4 * (nibble % 16))) & 15]);
     }
     r = acc;
 }

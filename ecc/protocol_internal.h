@@ -31,6 +31,9 @@ const Order &curveOrder(int curveId);
 // Big-endian octets (any count; leading zero octets skipped) to Montgomery form modulo n.
 // False when more than 24 octets are significant.
 bool toOrder(const Order &o, const uint8_t *bytes, uint32_t length, Fe &out);
+// r = a^-1 in Montgomery form (0 for 0) by the binary extended Euclidean algorithm: variable
+// time, for public values only (verification).
+void invPublic(const Field &f, Fe &r, const Fe &a);
 // A Montgomery value back to 21 big-endian octets (fully reduced).
 void fromOrder(const Order &o, const Fe &a, uint8_t out[kOrderBytes]);
 
@@ -57,6 +60,12 @@ bool onCurve(int curveId, const uint8_t *point);
 // out = p + q (affine, any operands including infinity and p = +-q); variable time, public
 // points only.
 void addPoints(int curveId, const uint8_t *p, const uint8_t *q, uint8_t *out);
+
+// out = u1 G + u2 q for public scalars of 21 octets (variable time): the curve layer's
+// fixed-base and variable-base multiplications joined by the affine addition. Returns 0, or -4 for an
+// unknown curve or a q the curve layer refuses.
+int jointMul(int curveId, const uint8_t u1[kOrderBytes], const uint8_t u2[kOrderBytes], const uint8_t *q,
+             uint8_t *out);
 
 // Whether the point's coordinates are all zero (the point at infinity).
 bool isInfinity(int curveId, const uint8_t *point);

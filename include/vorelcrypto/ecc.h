@@ -41,7 +41,7 @@ typedef struct Opaque8 {
  * octet-string member points into `area` (p: 0, a: 1, b: 2, seed: 3, G: 4, n: 5, h: 6; area 7
  * holds the text form of the binary field's polynomial, "163;7;6;3;0", empty for curve 7).
  * A copied record must be given to E_ECParams_Init again, since its pointers still aim at the
- * original. */
+ * record it was copied from. */
 typedef struct EcParams {
     uint32_t fieldType; /* 0 = GF(p), 1 = GF(2^m) */
     union {

@@ -115,6 +115,48 @@ TEST(Ecdsa, GivenKMatchesModelOnEveryCurve) {
     }
 }
 
+// u1 G + u2 Q against OpenSSL's EC_POINT_mul, including sums that double (Q = G, u1 = u2) or
+// cancel (Q = -G), zero scalars and the scalar n.
+TEST(Ecdsa, JointMultiplicationMatchesOpenSsl) {
+    vctest::Rng rng(21);
+    for (const Curve &c : kOpenSslCurves) {
+        SCOPED_TRACE(c.id);
+        const Params params(c.id);
+        const Z n = params.n();
+        EC_GROUP *group = EC_GROUP_new_by_curve_name(c.nid);
+        const Bytes g = params.g(), minusG = sslMul(group, {}, n - Z(1), width(c.id));
+        const KeyPair kp = sslKeyPair(c.nid);
+        struct Case {
+            Z u1, u2;
+            Bytes q;
+        };
+        std::vector<Case> cases = {{Z(5), Z(5), g}, {Z(9), Z(9), minusG}, {Z(0), Z(3), kp.q},
+                                   {Z(3), Z(0), kp.q}, {n, n - Z(1), kp.q}, {n - Z(1), Z(1), g}};
+        for (int i = 0; i < 6; i++) cases.push_back({mod(randomBits(rng, 168), n), mod(randomBits(rng, 168), n), kp.q});
+        for (const Case &t : cases) {
+            Bytes u1 = t.u1.bytes(21), u2 = t.u2.bytes(21), out(43);
+            ASSERT_EQ(vc::ecc::proto::jointMul(c.id, u1.data(), u2.data(), t.q.data(), out.data()), 0);
+            out.resize(1 + 2 * width(c.id));
+            // OpenSSL: u1 G + u2 Q.
+            BN_CTX *ctx = BN_CTX_new();
+            EC_POINT *q = EC_POINT_new(group), *r = EC_POINT_new(group);
+            EC_POINT_oct2point(group, q, t.q.data(), t.q.size(), ctx);
+            BIGNUM *a = bn(t.u1), *b = bn(t.u2);
+            ASSERT_EQ(EC_POINT_mul(group, r, a, q, b, ctx), 1);
+            Bytes want = infinity(width(c.id));
+            if (!EC_POINT_is_at_infinity(group, r)) {
+                want.resize(1 + 2 * width(c.id));
+                EC_POINT_point2oct(group, r, POINT_CONVERSION_UNCOMPRESSED, want.data(), want.size(), ctx);
+            }
+            EXPECT_EQ(vctest::toHex(out), vctest::toHex(want));
+            BN_free(a), BN_free(b);
+            EC_POINT_free(q), EC_POINT_free(r);
+            BN_CTX_free(ctx);
+        }
+        EC_GROUP_free(group);
+    }
+}
+
 TEST(Ecdsa, VerificationResults) {
     for (int id : {7, 11}) {
         SCOPED_TRACE(id);
