@@ -22,15 +22,15 @@ protected:
     }
     Bytes key = rng.bytes(24), iv = rng.bytes(16), k8 = head(key, 8), k16 = head(key, 16);
     SymKeyRecord record(uint32_t alg, uint32_t keyLength = 1, uint32_t ivLength = 1) {
-        return {alg, 3, keyLength, key.data(), ivLength, iv.data()};
+        return {alg, V_MODE_OFB, keyLength, key.data(), ivLength, iv.data()};  // wrapping is CBC whatever the mode
     }
 };
 
 TEST_F(KeyWrap, AgainstOpenSsl) {
     for (size_t len : {8, 24, 32, 64}) {
         const Bytes m = rng.bytes(len);
-        for (uint32_t alg : {0u, 10u}) {
-            if (alg == 10 && len % 16) continue;
+        for (uint32_t alg : {uint32_t(V_SYM_DES), uint32_t(V_SYM_SEED)}) {
+            if (alg == V_SYM_SEED && len % 16) continue;
             Bytes wrapped, unwrapped;
             ASSERT_EQ(call(true, record(alg), m, wrapped), 0u);
             EXPECT_EQ(wrapped, alg ? evp("SEED-CBC", true, k16, iv, m, false) : evp("DES-CBC", true, k8, head(iv, 8), m, false));
@@ -45,13 +45,13 @@ TEST_F(KeyWrap, AgainstOpenSsl) {
 TEST_F(KeyWrap, TripleDesDropsItsPaddingBlock) {
     const Bytes m = rng.bytes(16), want = evp("DES-EDE3-CBC", true, key, head(iv, 8), pkcsPad(m, 8), false);
     Bytes wrapped, unwrapped;
-    ASSERT_EQ(call(true, record(1, 24, 8), m, wrapped, 8), 0u);
+    ASSERT_EQ(call(true, record(V_SYM_DES3, 24, 8), m, wrapped, 8), 0u);
     EXPECT_EQ(wrapped, want);
-    ASSERT_EQ(call(false, record(1, 24, 8), head(wrapped, 16), unwrapped), 0u);
+    ASSERT_EQ(call(false, record(V_SYM_DES3, 24, 8), head(wrapped, 16), unwrapped), 0u);
     EXPECT_EQ(unwrapped, m);
-    EXPECT_EQ(call(false, record(1, 16, 8), m, unwrapped), 30033u);  // needs 24 key bytes
+    EXPECT_EQ(call(false, record(V_SYM_DES3, 16, 8), m, unwrapped), uint32_t(VC_ERR_DECRYPTION));  // needs 24 key bytes
     EXPECT_EQ(ctx.error, VC_ERR_DECRYPTION);
-    EXPECT_EQ(call(true, record(1, 16, 8), m, wrapped), 30032u);
+    EXPECT_EQ(call(true, record(V_SYM_DES3, 16, 8), m, wrapped), uint32_t(VC_ERR_ENCRYPTION));
     EXPECT_EQ(ctx.error, VC_ERR_DIRECT_ENC);  // as V_Encryption stored it
 }
 
@@ -63,9 +63,9 @@ TEST_F(KeyWrap, SeedHalfBlock) {
     Bytes zeroFilled = m, wrapped, unwrapped;
     zeroFilled.resize(32);
     const Bytes c = evp("SEED-CBC", true, k16, iv, zeroFilled, false);
-    ASSERT_EQ(call(true, record(10), m, wrapped), 0u);
+    ASSERT_EQ(call(true, record(V_SYM_SEED), m, wrapped), 0u);
     EXPECT_EQ(wrapped, head(c, 24));
-    ASSERT_EQ(call(false, record(10), wrapped, unwrapped), 0u);
+    ASSERT_EQ(call(false, record(V_SYM_SEED), wrapped, unwrapped), 0u);
     Bytes last(c.begin() + 16, c.begin() + 24), want = head(m, 16);
     last.resize(16);
     last = evp("SEED-ECB", false, k16, {}, last, false);
@@ -76,7 +76,7 @@ TEST_F(KeyWrap, SeedHalfBlock) {
 TEST_F(KeyWrap, RefusedInputsAndAlgorithms) {
     Bytes out;
     DataBlob noData{8, nullptr}, o{};
-    for (uint32_t alg : {0u, 1u, 10u, 15u}) {
+    for (uint32_t alg : {V_SYM_DES, V_SYM_DES3, V_SYM_SEED, V_SYM_GPKI}) {
         const SymKeyRecord k = record(alg);
         for (size_t len : {0, 4, 12}) {
             EXPECT_EQ(call(true, k, Bytes(len, 1), out), uint32_t(VC_ERR_NOT_READY));
@@ -87,12 +87,12 @@ TEST_F(KeyWrap, RefusedInputsAndAlgorithms) {
         EXPECT_EQ(V_KeyDecryption(&ctx, &k, nullptr, &o), uint32_t(VC_ERR_NOT_READY));
         EXPECT_EQ(V_KeyDecryption(nullptr, &k, &noData, &o), uint32_t(-1));
     }
-    for (uint32_t alg : {0u, 10u, 2u, 3u, 5u, 11u}) {  // DES and SEED without an IV, algorithms that cannot wrap
+    for (uint32_t alg : {V_SYM_DES, V_SYM_SEED, V_SYM_RC2, V_SYM_RC4, V_SYM_IDEA, V_SYM_RC2_40}) {  // DES and SEED without an IV, algorithms that cannot wrap
         SymKeyRecord k = record(alg);
-        if (alg == 0 || alg == 10) k.iv = nullptr;
-        EXPECT_EQ(call(true, k, Bytes(16), out), 30032u);
+        if (alg == V_SYM_DES || alg == V_SYM_SEED) k.iv = nullptr;
+        EXPECT_EQ(call(true, k, Bytes(16), out), uint32_t(VC_ERR_ENCRYPTION));
         if (k.iv) { EXPECT_EQ(ctx.error, VC_ERR_ENCRYPTION); }
-        EXPECT_EQ(call(false, k, Bytes(16), out), 30033u);
+        EXPECT_EQ(call(false, k, Bytes(16), out), uint32_t(VC_ERR_DECRYPTION));
         if (k.iv) { EXPECT_EQ(ctx.error, VC_ERR_DECRYPTION); }
     }
 }
@@ -101,7 +101,7 @@ TEST_F(KeyWrap, RefusedInputsAndAlgorithms) {
 // and unwraps through V_Decryption; failures return 30032 and keep V_*cryption's code.
 TEST_F(KeyWrap, GpkiModule) {
     fakegpki::Module &gpki = fakegpki::Install();
-    const SymKeyRecord k = record(15, 16, 16);
+    const SymKeyRecord k = record(V_SYM_GPKI, 16, 16);
     Bytes m = rng.bytes(32), wrapped, unwrapped;
     m.back() = 0;  // so that the cut cipher text cannot be unpadded
     const Bytes c = evp("SEED-CBC", true, k16, iv, m, true);
@@ -109,11 +109,11 @@ TEST_F(KeyWrap, GpkiModule) {
     EXPECT_EQ(wrapped, head(c, 32));
     ASSERT_EQ(call(false, k, c, unwrapped), 0u);
     EXPECT_EQ(unwrapped, m);
-    EXPECT_EQ(call(false, k, wrapped, unwrapped), 30032u);
-    EXPECT_EQ(ctx.error, 100000);
+    EXPECT_EQ(call(false, k, wrapped, unwrapped), uint32_t(VC_ERR_ENCRYPTION));
+    EXPECT_EQ(ctx.error, VC_ERR_GPKI);
     gpki.failSlot = 13;
-    EXPECT_EQ(call(true, k, m, wrapped), 30032u);
-    EXPECT_EQ(ctx.error, 100000);
+    EXPECT_EQ(call(true, k, m, wrapped), uint32_t(VC_ERR_ENCRYPTION));
+    EXPECT_EQ(ctx.error, VC_ERR_GPKI);
     fakegpki::Uninstall();
 }
 
@@ -121,10 +121,10 @@ TEST_F(KeyWrap, EveryAllocationFailure) {
     const Bytes m = rng.bytes(16);
     DataBlob in{16, const_cast<uint8_t *>(m.data())};
     for (auto f : {V_KeyEncryption, V_KeyDecryption}) {
-        for (SymKeyRecord k : {record(0), record(10), record(1, 24, 8)}) {
-            const bool viaService = f == V_KeyEncryption && k.algorithm == 1;
+        for (SymKeyRecord k : {record(V_SYM_DES), record(V_SYM_SEED), record(V_SYM_DES3, 24, 8)}) {
+            const bool viaService = f == V_KeyEncryption && k.algorithm == V_SYM_DES3;
             const int n = failEachAllocation([&](DataBlob &o) { return f(&ctx, &k, &in, &o); }, [&](uint32_t r) {
-                EXPECT_EQ(r, viaService ? 30032u : 20006u);
+                EXPECT_EQ(r, viaService ? uint32_t(VC_ERR_ENCRYPTION) : uint32_t(VC_ERR_ALLOC));
                 EXPECT_EQ(ctx.error, VC_ERR_ALLOC);
             });
             EXPECT_EQ(n, viaService ? 2 : 1);
