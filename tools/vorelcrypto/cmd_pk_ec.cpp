@@ -69,7 +69,8 @@ int sign(const Options &opts, const std::vector<uint8_t> &file, const std::vecto
          std::vector<uint8_t> &signature, Kind kind) {
     EcKey key;
     if (int status = loadKey(opts, file, kind, true, key); status != kOk) return status;
-    if (opts.has("--service")) return serviceEcSign(kind == Kind::ecdsa ? 15 : 16, key.curve, key.d, key.q, message, signature);
+    if (opts.has("--service"))
+        return serviceEcSign(kind == Kind::ecdsa ? 15 : 16, key.curve, key.d, key.q, message, signature);
     EcParams params;
     E_ECParams_Init(key.curve, &params);
     std::vector<uint8_t> msg = message;
@@ -87,7 +88,8 @@ int verify(const Options &opts, const std::vector<uint8_t> &file, const std::vec
            const std::vector<uint8_t> &signature, Kind kind) {
     EcKey key;
     if (int status = loadKey(opts, file, kind, false, key); status != kOk) return status;
-    if (opts.has("--service")) return serviceEcVerify(kind == Kind::ecdsa ? 15 : 16, key.curve, key.q, message, signature);
+    if (opts.has("--service"))
+        return serviceEcVerify(kind == Kind::ecdsa ? 15 : 16, key.curve, key.q, message, signature);
     EcParams params;
     E_ECParams_Init(key.curve, &params);
     std::vector<uint8_t> msg = message, sigBytes = signature;
