@@ -14,6 +14,14 @@
 namespace vc::ecc::proto {
 namespace {
 
+// A plain value as n big-endian octets, zero-padded on the left.
+void toOctets(const Fe &a, uint8_t *out, uint32_t n) {
+    for (uint32_t i = 0; i < n; i++) {
+        const uint32_t bit = 8 * (n - 1 - i);
+        out[i] = bit < 192 ? uint8_t(a.v[bit / 64] >> (bit % 64)) : 0;
+    }
+}
+
 const uint8_t *orderOctets(int curveId) {
     return curveId == kPrimeCurveId ? kSecp160r1.n : binaryCurveConstants(curveId)->n;
 }
@@ -47,7 +55,7 @@ Fe primeConstant(const uint8_t bytes[20]) {
 Fe primePow(const Field &f, const Fe &a, const Fe &e) {
     Fe acc = f.one;
     for (int bit = 191; bit >= 0; bit--) {
-        fieldSqr(f, acc, acc);
+        fieldMul(f, acc, acc, acc);
         if ((e.v[bit / 64] >> (bit % 64)) & 1) fieldMul(f, acc, acc, a);
     }
     return acc;
@@ -75,7 +83,7 @@ bool primeDecompress(const uint8_t *x, int odd, uint8_t *point) {
     e.v[0] += 1;  // p is odd and far from 2^64 - 1 in its low limb
     for (int i = 0; i < 3; i++) e.v[i] = (e.v[i] >> 2) | (i < 2 ? e.v[i + 1] << 62 : 0);
     y = primePow(f, c, e);
-    fieldSqr(f, check, y);
+    fieldMul(f, check, y, y);
     if (!fieldEqual(check, c)) return false;
     Fe plain;
     fieldFromMont(f, plain, y);
@@ -86,7 +94,7 @@ bool primeDecompress(const uint8_t *x, int odd, uint8_t *point) {
     }
     point[0] = 0x04;
     std::memcpy(point + 1, x, 20);
-    feToBytes(plain, point + 21, 20);
+    toOctets(plain, point + 21, 20);
     return true;
 }
 
@@ -261,7 +269,7 @@ bool toOrder(const Order &o, const uint8_t *bytes, uint32_t length, Fe &out) {
 void fromOrder(const Order &o, const Fe &a, uint8_t out[kOrderBytes]) {
     Fe plain;
     fieldFromMont(o.f, plain, a);
-    feToBytes(plain, out, kOrderBytes);
+    toOctets(plain, out, kOrderBytes);
 }
 
 void putMinimal(const uint8_t value[kOrderBytes], Opaque8 *out) {
@@ -297,7 +305,7 @@ bool onCurve(int curveId, const uint8_t *point) {
             return false;
         const PrimePoint p = primePoint(point);
         Fe lhs;
-        fieldSqr(primeField(), lhs, p.y);
+        fieldMul(primeField(), lhs, p.y, p.y);
         return fieldEqual(lhs, primeRhs(primeField(), p.x));
     }
     if (point[1] > 7 || point[22] > 7) return false;
@@ -316,9 +324,9 @@ void addPoints(int curveId, const uint8_t *p, const uint8_t *q, uint8_t *out) {
         if (r.infinity) return;
         Fe plain;
         fieldFromMont(f, plain, r.x);
-        feToBytes(plain, out + 1, 20);
+        toOctets(plain, out + 1, 20);
         fieldFromMont(f, plain, r.y);
-        feToBytes(plain, out + 21, 20);
+        toOctets(plain, out + 21, 20);
         return;
     }
     const BinaryCurve &c = binaryCurve(curveId);
