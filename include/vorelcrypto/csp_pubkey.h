@@ -54,8 +54,9 @@ enum {
     CSP_ERR_KEY_DATA_SHORT = 1103 /* key record's buffer too short for the key's DER */
 };
 
-/* Key classes of CspKeyHeader.keyClass. */
-enum { CSP_KEYCLASS_PUBLIC = 0, CSP_KEYCLASS_PRIVATE = 1, CSP_KEYCLASS_UNKNOWN = 0xFFFFFFFFu };
+/* Key classes of CspKeyHeader.keyClass; callers may preset CSP_KEYCLASS_UNKNOWN. */
+enum { CSP_KEYCLASS_PUBLIC = 0, CSP_KEYCLASS_PRIVATE = 1 };
+#define CSP_KEYCLASS_UNKNOWN 0xFFFFFFFFu
 
 /* The key header (19 words) and the key data: 84 bytes with 32-bit pointers, sizeof() here.
  * The key-pair generator fills keyClass, algorithm, logicalBits, keyUsage and keyAttributes
