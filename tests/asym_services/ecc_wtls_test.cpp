@@ -108,6 +108,11 @@ TEST_F(EccService, SignResults) {
     // A one-octet key still gets the signature's full room.
     EXPECT_EQ(V_ECC_Sign(&ctx, 15, 7, &m, nullptr, &t, &sig), 0);
     EXPECT_GT(take(sig).size(), 40u);
+    // Missing blobs reach the engines as empty octet strings, which they refuse.
+    for (int kind : {15, 16}) {
+        EXPECT_NE(V_ECC_Verify(nullptr, kind, 7, nullptr, nullptr, nullptr), 1);
+        EXPECT_NE(V_ECC_Verify(nullptr, kind, 7, &m, &t, nullptr), 1);
+    }
 }
 
 TEST_F(EccService, FailureAtEachAllocation) {
