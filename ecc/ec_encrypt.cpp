@@ -18,7 +18,8 @@ namespace {
 // Past 256 blocks the key stream's one-octet counter starts over and would repeat blocks.
 constexpr uint32_t kMaxPlaintext = 256 * 20;
 
-bool present(const Opaque8 *s) { return s != nullptr && (s->data != nullptr || s->length == 0); }
+// Given, with bytes unless empty.
+bool readable(const Opaque8 *s) { return s != nullptr && (s->data != nullptr || s->length == 0); }
 
 }  // namespace
 
@@ -37,7 +38,7 @@ uint32_t ZENOR_V1_ECC_getLengthOfOriginalMessage(const EcParams *params, const O
 
 int32_t E_ECC_Encryption(int32_t curveId, const EcParams *, Opaque8 *ciphertext, const Opaque8 *plaintext,
                          const Opaque8 *recipientPublic) {
-    if (!isBuiltInCurve(curveId) || ciphertext == nullptr || ciphertext->data == nullptr || !present(plaintext) ||
+    if (!isBuiltInCurve(curveId) || ciphertext == nullptr || ciphertext->data == nullptr || !readable(plaintext) ||
         plaintext->length > kMaxPlaintext)
         return -4;
     const Order &o = curveOrder(curveId);
@@ -62,7 +63,7 @@ int32_t E_ECC_Encryption(int32_t curveId, const EcParams *, Opaque8 *ciphertext,
 
 int32_t E_ECC_Decryption(int32_t curveId, const EcParams *, Opaque8 *plaintext, const Opaque8 *ciphertext,
                          const Opaque8 *ownPrivate) {
-    if (!isBuiltInCurve(curveId) || plaintext == nullptr || !present(ciphertext)) return -4;
+    if (!isBuiltInCurve(curveId) || plaintext == nullptr || !readable(ciphertext)) return -4;
     const uint32_t rLength = pointBytes(curveId);
     if (ciphertext->length < rLength) return -1;
     const uint32_t length = ciphertext->length - rLength;

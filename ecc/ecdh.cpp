@@ -13,8 +13,6 @@ namespace {
 
 constexpr uint32_t kMaxZ = 21;
 
-bool present(const Opaque8 *s) { return s != nullptr && s->data != nullptr; }
-
 // bytes = ceil(bits / 8) octets of SHA-1(z || counter || info) blocks. When they end inside a
 // block and bits is not a multiple of 8, the unused low bits of the last octet are cleared;
 // when they end on a block boundary nothing is cleared, whatever bits is: keys derived so far
@@ -22,7 +20,7 @@ bool present(const Opaque8 *s) { return s != nullptr && s->data != nullptr; }
 void derive(const uint8_t *z, uint32_t zLength, Opaque8 *keyData, const Opaque8 *sharedInfo) {
     const uint32_t bits = keyData->length;
     const uint64_t bytes = (uint64_t(bits) + 7) / 8;
-    const bool info = present(sharedInfo) && sharedInfo->length != 0;
+    const bool info = present(sharedInfo);
     sha1CounterStream(z, zLength, info ? sharedInfo->data : nullptr, info ? sharedInfo->length : 0,
                       keyData->data, bytes, false);
     if (bytes % 20 != 0 && bits % 8 != 0) keyData->data[bytes - 1] &= uint8_t(0xFF << (8 - bits % 8));

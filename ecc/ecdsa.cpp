@@ -17,8 +17,6 @@ namespace {
 constexpr int kRefused = -4;
 constexpr uint32_t kDerMax = 50;  // 30 L 02 22 (00 r) 02 22 (00 s)
 
-bool present(const Opaque8 *s) { return s != nullptr && s->data != nullptr && s->length != 0; }
-
 // d as a Montgomery value modulo n; false when missing, too long or zero modulo n.
 bool loadPrivate(const Order &o, const Opaque8 *d, Fe &out) {
     return present(d) && toOrder(o, d->data, d->length, out) && !fieldIsZero(out);

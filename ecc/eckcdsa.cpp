@@ -22,8 +22,6 @@ constexpr uint32_t kDerBytes = 47;
 // The private key of the TEST key-pair variants (below every built-in n).
 constexpr char kTestPrivateKeyHex[] = "00A3F1C85E27D94B6C0E1F2A3B4C5D6E7F80919AB3";
 
-bool present(const Opaque8 *s) { return s != nullptr && s->data != nullptr && s->length != 0; }
-
 // x is hashed over 21 octets on curves 3 and 5 and over its first 20 on all others; stored
 // signatures on curves 11, 21 and 22 depend on the shorter width.
 uint32_t hashWidth(int curveId) { return curveId == 3 || curveId == 5 ? 21 : 20; }

@@ -19,6 +19,9 @@ namespace vc::ecc::proto {
 inline constexpr uint32_t kOrderBytes = 21;  // every built-in n is stored in 21 octets
 inline constexpr uint32_t kMaxPointBytes = 43;
 
+// Whether an input octet string is given and not empty.
+inline bool present(const Opaque8 *s) { return s != nullptr && s->data != nullptr && s->length != 0; }
+
 // Arithmetic modulo the order n of a built-in curve's base point (Montgomery form, fully
 // reduced, constant time: the same code serves private scalars).
 struct Order {

@@ -52,15 +52,18 @@ int run(std::vector<std::string_view> args, bool encrypt) {
 int runEncrypt(std::vector<std::string_view> args) { return run(args, true); }
 int runDecrypt(std::vector<std::string_view> args) { return run(args, false); }
 
-const char *const kUsage =
-    "usage: vorelcrypto ecenc -k KEY [-i FILE] [-o FILE]\n"
-    "       vorelcrypto ecdec -k PRIVATEKEY [-i FILE] [-o FILE]\n\n"
-    "ecenc encrypts to the public key of KEY (an ecdsa key file or an openssl PUBLIC KEY):\n"
-    "an ephemeral point R (43 octets, 41 on curve 7) followed by the input XOR a SHA-1 key\n"
-    "stream; inputs up to 5120 octets. ecdec decrypts with the private key. There is no\n"
-    "integrity check: a wrong key or a changed ciphertext gives wrong output, not an error.\n";
+const char *const kEncryptUsage =
+    "usage: vorelcrypto ecenc -k KEY [-i FILE] [-o FILE]\n\n"
+    "Encrypts to the public key of KEY (an ecdsa key file or an openssl PUBLIC KEY): an\n"
+    "ephemeral point R (43 octets, 41 on curve 7) followed by the input XOR a SHA-1 key\n"
+    "stream; inputs up to 5120 octets. There is no integrity check: a wrong key or a changed\n"
+    "ciphertext decrypts to wrong output, not an error (see vorelcrypto ecdec).\n";
+const char *const kDecryptUsage =
+    "usage: vorelcrypto ecdec -k PRIVATEKEY [-i FILE] [-o FILE]\n\n"
+    "Decrypts what vorelcrypto ecenc made, with the private key. There is no integrity check:\n"
+    "a wrong key or a changed ciphertext gives wrong output, not an error.\n";
 
-const cli::Command encCommand{"ecenc", "EC encryption to a public key", kUsage, runEncrypt};
-const cli::Command decCommand{"ecdec", "EC decryption with a private key", kUsage, runDecrypt};
+const cli::Command encCommand{"ecenc", "EC encryption to a public key", kEncryptUsage, runEncrypt};
+const cli::Command decCommand{"ecdec", "EC decryption with a private key", kDecryptUsage, runDecrypt};
 
 }  // namespace
