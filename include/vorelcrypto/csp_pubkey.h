@@ -12,8 +12,8 @@
 
 VC_BEGIN_DECLS
 
-/* Provider algorithms of the public-key families. RSA is 49, the id key-pair callers have
- * always used; the others are numbered after it. */
+/* Provider algorithms of the public-key families. RSA is 49, the id that V_GenerateRSAKey and
+ * key-pair callers pass; the others are numbered after it. */
 enum {
     CSP_ALG_RSA = 49,
     CSP_ALG_DSA = 50,
