@@ -17,5 +17,9 @@
 #include <vorelcrypto/kcdsa.h>
 #include <vorelcrypto/dsa_dh.h>
 #include <vorelcrypto/ec_protocols.h>
+#include <vorelcrypto/ecc.h>
+#include <vorelcrypto/ec_protocols.h>
+#include <vorelcrypto/csp_pubkey.h>
+#include <vorelcrypto/asym_services.h>
 
 #endif

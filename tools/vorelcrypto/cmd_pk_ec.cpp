@@ -6,6 +6,7 @@
 #include "ec_keyfile.h"
 #include "ecc/curves.h"
 #include "pk_algorithms.h"
+#include "service_pk.h"
 
 #include <cstdlib>
 
@@ -25,10 +26,11 @@ int curveOption(const Options &opts) {
 }
 
 int genkey(const Options &opts, Kind kind) {
-    for (const char *unused : {"-b", "-q", "-g", "--safe", "--x931", "--fixed-params", "--service"})
+    for (const char *unused : {"-b", "-q", "-g", "--safe", "--x931", "--fixed-params"})
         if (opts.has(unused)) return fail(std::string(unused) + " does not apply to EC keys");
     const int id = curveOption(opts);
     if (id == 0) return fail("genkey needs --curve ID, one of 3, 5, 7, 11, 21, 22");
+    if (opts.has("--service")) return serviceGenkeyEc(opts, kind == Kind::ecdsa ? 15 : 16, id);
     EcParams params;
     E_ECParams_Init(id, &params);
     EcKey key;
@@ -55,7 +57,6 @@ int loadKey(const Options &opts, const std::vector<uint8_t> &file, Kind kind, bo
     const char *hash = kind == Kind::ecdsa ? "sha1" : "has160";
     if (opts.has("-h") && opts.value("-h") != hash)
         return fail(std::string(kind == Kind::ecdsa ? "ecdsa" : "eckcdsa") + " hashes with " + hash + " only");
-    if (opts.has("--service")) return fail("--service does not apply to EC signatures");
     std::string error;
     if (!eckey::decodeKey(file, key, error)) return fail(error, kFailed);
     if (key.kind != kind)
@@ -68,6 +69,8 @@ int sign(const Options &opts, const std::vector<uint8_t> &file, const std::vecto
          std::vector<uint8_t> &signature, Kind kind) {
     EcKey key;
     if (int status = loadKey(opts, file, kind, true, key); status != kOk) return status;
+    if (opts.has("--service"))
+        return serviceEcSign(kind == Kind::ecdsa ? 15 : 16, key.curve, key.d, key.q, message, signature);
     EcParams params;
     E_ECParams_Init(key.curve, &params);
     std::vector<uint8_t> msg = message;
@@ -85,6 +88,8 @@ int verify(const Options &opts, const std::vector<uint8_t> &file, const std::vec
            const std::vector<uint8_t> &signature, Kind kind) {
     EcKey key;
     if (int status = loadKey(opts, file, kind, false, key); status != kOk) return status;
+    if (opts.has("--service"))
+        return serviceEcVerify(kind == Kind::ecdsa ? 15 : 16, key.curve, key.q, message, signature);
     EcParams params;
     E_ECParams_Init(key.curve, &params);
     std::vector<uint8_t> msg = message, sigBytes = signature;

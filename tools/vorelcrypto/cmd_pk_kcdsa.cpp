@@ -8,6 +8,7 @@
 #include <vorelcrypto/kcdsa.h>
 
 #include "pk_algorithms.h"
+#include "service_pk.h"
 
 #include <unistd.h>
 
@@ -107,6 +108,7 @@ int writeKey(const cli::Options &opts, const Key *key, int32_t (*put)(const Key 
 // ---- KCDSA ----
 
 int kcdsaGenkey(const cli::Options &opts) {
+    if (opts.has("--service")) return cli::serviceGenkeyKcdsa(opts);
     auto key = newKey<KcdsaKey>(E_KCDSA_Init);
     int32_t done = 0;
     if (opts.has("--fixed-params")) {
@@ -137,6 +139,7 @@ bool kcdsaHash(const cli::Options &opts, uint32_t &id) {
 int kcdsaSign(const cli::Options &opts, const Bytes &file, const Bytes &message, Bytes &signature) {
     uint32_t id;
     if (!kcdsaHash(opts, id)) return kUsage;
+    if (opts.has("--service")) return cli::serviceKcdsaSign(id, file, message, signature);
     auto key = newKey<KcdsaKey>(E_KCDSA_Init);
     if (!readKey(file, key.get(), false, E_ASN1_GetKCDSAPrivateKey, E_ASN1_GetKCDSAPublicKey1))
         return fail("-k is not a KCDSA private key", kFailed);
@@ -150,6 +153,7 @@ int kcdsaSign(const cli::Options &opts, const Bytes &file, const Bytes &message,
 int kcdsaVerify(const cli::Options &opts, const Bytes &file, const Bytes &message, const Bytes &signature) {
     uint32_t id;
     if (!kcdsaHash(opts, id)) return kUsage;
+    if (opts.has("--service")) return cli::serviceKcdsaVerify(id, file, message, signature);
     auto key = newKey<KcdsaKey>(E_KCDSA_Init);
     if (!readKey(file, key.get(), true, E_ASN1_GetKCDSAPrivateKey, E_ASN1_GetKCDSAPublicKey1))
         return fail("-k is not a KCDSA key", kFailed);

@@ -16,6 +16,7 @@
 #include "pk_algorithms.h"
 #include "pubkey/rsa_internal.h"
 #include "rsa_key.h"
+#include "service_pk.h"
 
 namespace cli {
 
@@ -111,6 +112,7 @@ private:
 };
 
 int genkey(const Options &opts) {
+    if (opts.has("--service")) return serviceGenkeyRsa(opts);
     const std::string text = opts.value("-b", "2048");
     char *end = nullptr;
     const unsigned long bits = std::strtoul(text.c_str(), &end, 10);
@@ -197,6 +199,7 @@ int signWith(const Options &opts, const std::vector<uint8_t> &keyFile, const std
     LoadedRsaKey key;
     if (int status = prepare(opts, keyFile, true, h, key); status != kOk) return status;
     const uint32_t k = rsaBytes(key.key.get());
+    if (opts.has("--service") && pss) return fail("--service signs with -a rsa only");
     signature.assign(k, 0);
     int32_t sigLen = 0;
     if (pss) {
@@ -206,6 +209,7 @@ int signWith(const Options &opts, const std::vector<uint8_t> &keyFile, const std
             return fail("the key is too small for PSS with " + std::string(h->name), kFailed);
     } else {
         const std::vector<uint8_t> t = digestInfo(*h, message);
+        if (opts.has("--service")) return serviceRsaSign(rsaPrivateDer(key.key.get()), k, t, signature);
         E_RSA_Sign(t.data(), int32_t(t.size()), signature.data(), &sigLen, key.key.get());
         if (sigLen == -1)
             return fail("the key is too small for a " + std::string(h->name) + " signature", kFailed);
@@ -227,8 +231,9 @@ int verifyWith(const Options &opts, const std::vector<uint8_t> &keyFile, const s
                                 false) == 1;
     } else {
         const std::vector<uint8_t> t = digestInfo(*h, message);
-        ok = vc::rsa::verifyPkcs1Strict(key.key.get(), t.data(), uint32_t(t.size()), signature.data(),
-                                        uint32_t(signature.size()));
+        ok = opts.has("--service") ? serviceRsaVerify(rsaPublicDer(key.key.get()), t, signature)
+                                   : vc::rsa::verifyPkcs1Strict(key.key.get(), t.data(), uint32_t(t.size()),
+                                                                signature.data(), uint32_t(signature.size()));
     }
     if (key.isPrivate) vc::rsa::wipeKey(key.key.get());
     return ok ? kOk : fail("signature does not verify", kFailed);

@@ -5,6 +5,7 @@
 #include "cli.h"
 #include "pubkey/rsa_internal.h"
 #include "rsa_key.h"
+#include "service_pk.h"
 
 namespace {
 
@@ -37,7 +38,7 @@ int finish(const cli::Options &opts, const std::vector<uint8_t> &out) {
 }
 
 int encrypt(std::vector<std::string_view> args) {
-    cli::Options opts(args, {"-a", "-k", "-i", "-o"}, {"--help", "-h"});
+    cli::Options opts(args, {"-a", "-k", "-i", "-o"}, {"--help", "-h", "--service"});
     Setup s;
     if (int status = prepare(false, opts, s); status != cli::kOk) return status;
     RsaKey *key = s.key.key.get();
@@ -47,6 +48,10 @@ int encrypt(std::vector<std::string_view> args) {
                              std::to_string(k < 42 && s.oaep ? 0 : limit) + " bytes)",
                          cli::kFailed);
     std::vector<uint8_t> out(k);
+    if (opts.has("--service")) {
+        const int status = cli::serviceRsaCrypt(false, s.oaep, cli::rsaPublicDer(key), k, s.in, out);
+        return status == cli::kOk ? finish(opts, out) : status;
+    }
     const int32_t n =
         s.oaep ? vc::rsa::oaepEncrypt(out.data(), s.in.data(), uint32_t(s.in.size()), nullptr, 0, key, false)
                : E_RSA_Public_Encrypt(out.data(), s.in.data(), int32_t(s.in.size()), key);
@@ -55,11 +60,17 @@ int encrypt(std::vector<std::string_view> args) {
 }
 
 int decrypt(std::vector<std::string_view> args) {
-    cli::Options opts(args, {"-a", "-k", "-i", "-o"}, {"--help", "-h"});
+    cli::Options opts(args, {"-a", "-k", "-i", "-o"}, {"--help", "-h", "--service"});
     Setup s;
     if (int status = prepare(true, opts, s); status != cli::kOk) return status;
     RsaKey *key = s.key.key.get();
     std::vector<uint8_t> out(cli::rsaBytes(key));
+    if (opts.has("--service")) {
+        const std::vector<uint8_t> der = cli::rsaPrivateDer(key);
+        vc::rsa::wipeKey(key);
+        const int status = cli::serviceRsaCrypt(true, s.oaep, der, 0, s.in, out);
+        return status == cli::kOk ? finish(opts, out) : status;
+    }
     const int32_t n =
         s.oaep ? vc::rsa::oaepDecrypt(out.data(), s.in.data(), uint32_t(s.in.size()), nullptr, 0, key, false)
                : E_RSA_Private_Decrypt(out.data(), s.in.data(), uint32_t(s.in.size()), key);
@@ -70,11 +81,11 @@ int decrypt(std::vector<std::string_view> args) {
 }
 
 #define VC_PKENC_USAGE                                                                      \
-    " -a rsa|rsa-oaep -k KEYFILE [-i FILE] [-o FILE]\n\n"                                   \
+    " -a rsa|rsa-oaep -k KEYFILE [-i FILE] [-o FILE] [--service]\n\n"                       \
     "  -a rsa       PKCS #1 v1.5 encryption (block type 2)\n"                               \
     "  -a rsa-oaep  RSAES-OAEP with SHA-1, MGF1-SHA-1 and an empty label\n"                 \
     "Keys: PKCS #1 (or PKCS #8 / SubjectPublicKeyInfo) DER or PEM. Input from -i FILE or\n" \
-    "standard input, output to -o FILE or standard output.\n"
+    "standard input, output to -o FILE or standard output. --service: through the V_ services.\n"
 
 const cli::Command encCommand{"pkenc", "encrypt a short message with an RSA public key",
                               "usage: vorelcrypto pkenc" VC_PKENC_USAGE, encrypt};
