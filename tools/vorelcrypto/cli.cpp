@@ -1,7 +1,13 @@
 // What every subcommand shares: the command registry, hex, files and the option parser.
 #include "cli.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <thread>
 #include <cerrno>
 #include <cstring>
 
@@ -122,6 +128,41 @@ std::string Options::value(std::string_view name, std::string fallback) const {
     for (auto it = values_.rbegin(); it != values_.rend(); ++it)
         if (it->first == name) return it->second;
     return fallback;
+}
+
+void withProgress(const char *label, const std::function<void()> &work) {
+    std::atomic<bool> done{false};
+    std::thread ticker;
+    if (isatty(STDERR_FILENO) != 0)
+        ticker = std::thread([&done, label] {
+            bool shown = false;
+            for (int ticks = 0; !done.load(); ticks++) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(100));
+                if (ticks % 10 == 9) {
+                    std::fputs(shown ? "." : label, stderr);
+                    shown = true;
+                }
+            }
+            if (shown) std::fputs("\n", stderr);
+        });
+    work();
+    done = true;
+    if (ticker.joinable()) ticker.join();
+}
+
+bool numberOption(const Options &opts, const char *name, unsigned long fallback, unsigned long low,
+                  unsigned long high, unsigned long &out) {
+    const std::string text = opts.value(name);
+    if (text.empty()) {
+        out = fallback;
+    } else {
+        char *end = nullptr;
+        out = std::strtoul(text.c_str(), &end, 10);
+        if (*end != '\0' || text[0] == '-') out = 0;
+    }
+    if (out >= low && out <= high) return true;
+    fail(std::string(name) + " must be " + std::to_string(low) + " to " + std::to_string(high));
+    return false;
 }
 
 }  // namespace cli

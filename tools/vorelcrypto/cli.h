@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,6 +36,15 @@ inline constexpr const char *kStdoutWriteError = "standard output: write error";
 
 // Prints "vorelcrypto: <message>" on standard error and returns kUsage (or `status`).
 int fail(const std::string &message, int status = kUsage);
+
+// Runs `work` while a ticker prints `label` and then a dot a second on standard error, when
+// standard error is a terminal: key, parameter and prime generation can take many seconds.
+void withProgress(const char *label, const std::function<void()> &work);
+
+class Options;
+// A decimal option in [low, high] (`fallback` when absent); false after a message otherwise.
+bool numberOption(const Options &opts, const char *name, unsigned long fallback, unsigned long low,
+                  unsigned long high, unsigned long &out);
 
 // Hexadecimal text to bytes; false on an odd count or a non-hex character.
 bool parseHex(std::string_view text, std::vector<uint8_t> &out);

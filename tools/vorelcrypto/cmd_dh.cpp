@@ -11,12 +11,6 @@
 #include <functional>
 #include <memory>
 
-namespace cli {
-void withProgress(const std::function<void()> &work);  // cmd_pk_kcdsa.cpp
-bool numberOption(const Options &opts, const char *name, unsigned long fallback, unsigned long low,
-                  unsigned long high, unsigned long &out);
-}  // namespace cli
-
 namespace {
 
 using cli::fail;
@@ -71,7 +65,7 @@ int runDhparam(std::vector<std::string_view> args) {
     if (g != 2 && g != 5) return fail("-g must be 2 or 5");
     auto dh = newDh();
     int32_t done = 0;
-    cli::withProgress([&] { done = E_DH_GenerateParameters(dh.get(), uint32_t(bits), uint32_t(g)); });
+    cli::withProgress("generating.", [&] { done = E_DH_GenerateParameters(dh.get(), uint32_t(bits), uint32_t(g)); });
     if (done != 1) return fail("parameter generation failed", kFailed);
     const ENUM numbers[2] = {dh->p, dh->g};
     return writeNumbers(opts, numbers, 2, "DH PARAMETERS");

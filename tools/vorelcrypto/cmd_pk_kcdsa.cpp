@@ -20,48 +20,6 @@
 #include <memory>
 #include <thread>
 
-namespace cli {
-
-// Runs `work` with dots on standard error, one a second, when standard error is a terminal.
-// Shared with cmd_dh.cpp.
-void withProgress(const std::function<void()> &work) {
-    std::atomic<bool> done{false};
-    std::thread ticker;
-    if (isatty(STDERR_FILENO) != 0)
-        ticker = std::thread([&done] {
-            bool shown = false;
-            for (int ticks = 0; !done.load(); ticks++) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(100));
-                if (ticks % 10 == 9) {
-                    std::fputs(shown ? "." : "generating.", stderr);
-                    shown = true;
-                }
-            }
-            if (shown) std::fputs("\n", stderr);
-        });
-    work();
-    done = true;
-    if (ticker.joinable()) ticker.join();
-}
-
-// A decimal option in [low, high]; false with a message otherwise.
-bool numberOption(const Options &opts, const char *name, unsigned long fallback, unsigned long low,
-                  unsigned long high, unsigned long &out) {
-    const std::string text = opts.value(name);
-    if (text.empty()) {
-        out = fallback;
-    } else {
-        char *end = nullptr;
-        out = std::strtoul(text.c_str(), &end, 10);
-        if (*end != '\0' || text[0] == '-') out = 0;
-    }
-    if (out >= low && out <= high) return true;
-    fail(std::string(name) + " must be " + std::to_string(low) + " to " + std::to_string(high));
-    return false;
-}
-
-}  // namespace cli
-
 namespace {
 
 using cli::fail;
@@ -122,7 +80,7 @@ int kcdsaGenkey(const cli::Options &opts) {
             !cli::numberOption(opts, "-q", 160, 160, 512, qBits))
             return kUsage;
         if (pBits < qBits + 8) return fail("-b must exceed -q by 8 bits or more");
-        cli::withProgress([&] { done = E_KCDSA_GenerateKey(key.get(), uint32_t(pBits), uint32_t(qBits)); });
+        cli::withProgress("generating.", [&] { done = E_KCDSA_GenerateKey(key.get(), uint32_t(pBits), uint32_t(qBits)); });
     }
     if (done != 1) return fail("key generation failed", kFailed);
     return writeKey(opts, key.get(), E_ASN1_PutKCDSAPrivateKey, "KCDSA PRIVATE KEY");
@@ -172,7 +130,7 @@ int dsaGenkey(const cli::Options &opts) {
     if (pBits < qBits + 8) return fail("-b must exceed -q by 8 bits or more");
     auto key = newKey<DsaKey>(E_DSA_Init);
     int32_t done = 0;
-    cli::withProgress([&] { done = E_DSA_GenerateKey(key.get(), uint32_t(pBits), uint32_t(qBits)); });
+    cli::withProgress("generating.", [&] { done = E_DSA_GenerateKey(key.get(), uint32_t(pBits), uint32_t(qBits)); });
     if (done != 1) return fail("key generation failed", kFailed);
     return writeKey(opts, key.get(), E_ASN1_PutDSAPrivateKey, "DSA PRIVATE KEY");
 }

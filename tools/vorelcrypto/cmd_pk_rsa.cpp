@@ -87,30 +87,6 @@ bool plausible(const RsaKey *key, bool isPrivate) {
 
 constexpr uint32_t kDefaultE = 65537;
 
-// Dots on standard error, one a second, while a key is generated and stderr is a terminal.
-class Progress {
-public:
-    explicit Progress(uint32_t bits) {
-        if (isatty(STDERR_FILENO) == 0) return;
-        std::fprintf(stderr, "generating a %u-bit RSA key", bits);
-        worker_ = std::thread([this] {
-            for (int ticks = 1; !done_.load(); ticks++) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(100));
-                if (ticks % 10 == 0) std::fputc('.', stderr);
-            }
-            std::fputc('\n', stderr);
-        });
-    }
-    ~Progress() {
-        done_ = true;
-        if (worker_.joinable()) worker_.join();
-    }
-
-private:
-    std::atomic<bool> done_{false};
-    std::thread worker_;
-};
-
 int genkey(const Options &opts) {
     if (opts.has("--service")) return serviceGenkeyRsa(opts);
     const std::string text = opts.value("-b", "2048");
@@ -125,8 +101,7 @@ int genkey(const Options &opts) {
     RsaKey *key = made.key.get();
     std::memset(key, 0, sizeof *key);
     E_RSA_Init(key);
-    {
-        Progress progress{uint32_t(bits)};
+    withProgress("generating.", [&] {
         if (x931) {
             uint8_t aux[4][16];
             uint8_t *out[4] = {aux[0], aux[1], aux[2], aux[3]};
@@ -134,7 +109,7 @@ int genkey(const Options &opts) {
         } else {
             (safe ? E_RSA_GenerateStrongKey : E_RSA_GenerateKey)(key, uint32_t(bits), kDefaultE);
         }
-    }
+    });
     const int status = writeKeyOutput(opts, rsaPrivateDer(key), "RSA PRIVATE KEY");
     vc::rsa::wipeKey(key);
     return status;

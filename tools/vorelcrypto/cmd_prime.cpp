@@ -3,43 +3,11 @@
 
 #include "cli.h"
 
-#include <unistd.h>
-
-#include <atomic>
-#include <chrono>
 #include <cstdlib>
-#include <thread>
 
 namespace {
 
 constexpr unsigned long kMaxBits = 2048;
-
-// Dots on standard error, one a second, while a long search runs and stderr is a terminal.
-class Progress {
-public:
-    Progress() {
-        if (isatty(STDERR_FILENO) == 0) return;
-        worker_ = std::thread([this] {
-            bool shown = false;
-            for (int ticks = 0; !done_.load(); ticks++) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(100));
-                if (ticks % 10 == 9) {
-                    std::fputs(shown ? "." : "searching.", stderr);
-                    shown = true;
-                }
-            }
-            if (shown) std::fputs("\n", stderr);
-        });
-    }
-    ~Progress() {
-        done_ = true;
-        if (worker_.joinable()) worker_.join();
-    }
-
-private:
-    std::atomic<bool> done_{false};
-    std::thread worker_;
-};
 
 int run(std::vector<std::string_view> args) {
     cli::Options opts(args, {}, {"--safe", "--x931", "--help", "-h"});
@@ -52,14 +20,13 @@ int run(std::vector<std::string_view> args) {
         return cli::fail("bit count must be 32 to 2048");
     std::vector<uint32_t> words(bits / 32 + 3, 0);
     ENUM p{0, 0, words.data()};
-    {
-        Progress progress;
-        const bool safe = opts.has("--safe"), x9 = opts.has("--x931");
+    const bool safe = opts.has("--safe"), x9 = opts.has("--x931");
+    cli::withProgress("searching.", [&] {
         if (x9)
             safe ? EN_GenerateStrongX9Prime(&p, int32_t(bits)) : EN_GenerateX9Prime(&p, int32_t(bits));
         else
             safe ? EN_GeneratePrimeStrongRSA(&p, uint32_t(bits)) : EN_GeneratePrimeRSA(&p, uint32_t(bits));
-    }
+    });
     std::vector<uint8_t> out(bits / 8 + 8);
     const uint32_t n = EN_ENUMToBytes(&p, out.data());
     std::printf("%s\n", cli::toHex(out.data(), n).c_str());
