@@ -1,6 +1,6 @@
 // g^e mod p for the signers, whose g stays the same from one signature to the next: a table of
-// g^(j 16^i) (all j < 16, one row per 4-bit window of e) turns an exponentiation into one
-// product per window and no squarings. Building a table costs about four exponentiations, so
+// g^(j 32^i) (all j < 32, one row per 5-bit window of e) turns an exponentiation into one
+// product per window and no squarings. Building a table costs about five exponentiations, so
 // tables are kept in a small process-wide cache keyed by (p, g). Tables hold powers of the
 // public g only; the secret exponent touches nothing but stack temporaries, wiped at the end.
 #include "common/wipe.h"
@@ -16,19 +16,28 @@ namespace vc::dlog {
 
 namespace {
 
-constexpr int kWidth = 4;  // exponent bits per window
-constexpr int kEntries = 1 << kWidth;
-constexpr uint32_t kWindowsPerWord = 32 / kWidth;
-// Longer exponents (none of the signers' nonces) go to powSecret: it bounds a table at
-// 128 rows x 16 entries x 38 limbs, about 620 KiB.
-constexpr uint32_t kMaxBits = 512;
-// Rows come in steps of 64 exponent bits, so that a nonce that happens to be one word short
+constexpr uint32_t kWidth = 5;  // exponent bits per window
+constexpr uint32_t kEntries = 1u << kWidth;
+// Longer exponents (no signer's nonce for a q up to 384 bits) go to powSecret: it bounds a table
+// at 77 rows x 32 entries x 38 limbs, about 750 KiB (430 KiB for 2048-bit p and 256-bit q).
+constexpr uint32_t kMaxBits = 384;
+// Tables cover exponents in steps of 64 bits, so that a nonce that happens to be one word short
 // reuses the table of the full-length ones.
-constexpr uint32_t kRowStep = 64 / kWidth;
+constexpr uint32_t kBitStep = 64;
+
+constexpr uint32_t rowsFor(uint32_t bits) { return (bits + kWidth - 1) / kWidth; }
+
+// Bits [5 row, 5 row + 5) of e's words.
+inline uint32_t digitAt(const ENUM *e, uint32_t row) {
+    const uint32_t bit = row * kWidth, word = bit / 32;
+    u64 v = e->words[word];
+    if (word + 1 < uint32_t(e->length)) v |= u64(e->words[word + 1]) << 32;
+    return uint32_t(v >> (bit % 32)) & (kEntries - 1);
+}
 constexpr int kCacheSlots = 4;
 // A public-exponent request builds a table only for a (p, base) among the last few requests
 // (a key verifying its second signature): a verifier that sees every key once never pays for a
-// table, which costs about three verifications.
+// table, which costs about four verifications.
 constexpr int kSeenSlots = 8;
 
 // All ones when x == y, else zero, without a branch.
@@ -55,8 +64,8 @@ struct Table {
     uint32_t pWords[bignum::kMaxModWords], gWords[bignum::kTempWords];
     int32_t pLength, gLength;
     Mont mt;
-    uint32_t rows = 0;
-    std::unique_ptr<u64[]> powers;  // rows x kEntries x n limbs, in Montgomery form
+    uint32_t bits = 0;              // the longest exponent covered
+    std::unique_ptr<u64[]> powers;  // rowsFor(bits) x kEntries x n limbs, in Montgomery form
 
     Table(const ENUM *p, const ENUM *g, uint64_t h) : hash(h), pLength(p->length), gLength(g->length), mt(p) {
         std::memcpy(pWords, p->words, sizeof(uint32_t) * size_t(pLength));
@@ -68,12 +77,13 @@ struct Table {
     const u64 *entry(uint32_t row, uint32_t j) const { return &powers[(size_t(row) * kEntries + j) * size_t(mt.n)]; }
     u64 *entry(uint32_t row, uint32_t j) { return &powers[(size_t(row) * kEntries + j) * size_t(mt.n)]; }
 
-    // Row i holds g^(j 16^i) R mod p for j = 0 .. 15; the next row's base is the square of entry 8.
-    bool fill(const ENUM *p, const ENUM *g, uint32_t rowCount) {
+    // Row i holds g^(j 32^i) R mod p for j = 0 .. 31; the next row's base is the square of entry 16.
+    bool fill(const ENUM *p, const ENUM *g, uint32_t bitCount) {
         const int n = mt.n;
-        powers.reset(new (std::nothrow) u64[size_t(rowCount) * kEntries * size_t(n)]);
+        const uint32_t rows = rowsFor(bitCount);
+        powers.reset(new (std::nothrow) u64[size_t(rows) * kEntries * size_t(n)]);
         if (!powers) return false;
-        rows = rowCount;
+        bits = bitCount;
         u64 rr[kMaxLimbs];
         mt.constants(entry(0, 0), rr, p);
         mt.enter(entry(0, 1), g, p, rr);
@@ -106,9 +116,9 @@ Cache &cache() {
     return c;
 }
 
-// A table for (p, g) with at least `rows` rows, from the cache or newly built (then cached);
+// A table for (p, g) covering exponents of `bits` bits, from the cache or newly built (then cached);
 // null when memory runs out, or when `onRepeat` and (p, g) was not asked for recently.
-std::shared_ptr<const Table> tableFor(const ENUM *p, const ENUM *g, uint32_t rows, bool onRepeat) {
+std::shared_ptr<const Table> tableFor(const ENUM *p, const ENUM *g, uint32_t bits, bool onRepeat) {
     const uint64_t h = fingerprint(p, g);
     Cache &c = cache();
     int same = -1;
@@ -117,7 +127,7 @@ std::shared_ptr<const Table> tableFor(const ENUM *p, const ENUM *g, uint32_t row
         for (int i = 0; i < kCacheSlots; i++) {
             const auto &t = c.slots[i];
             if (t && t->matches(p, g, h)) {
-                if (t->rows >= rows) return t;
+                if (t->bits >= bits) return t;
                 same = i;
             }
         }
@@ -132,7 +142,7 @@ std::shared_ptr<const Table> tableFor(const ENUM *p, const ENUM *g, uint32_t row
         }
     }
     std::unique_ptr<Table> built(new (std::nothrow) Table(p, g, h));
-    if (!built || !built->fill(p, g, (rows + kRowStep - 1) / kRowStep * kRowStep)) return nullptr;
+    if (!built || !built->fill(p, g, (bits + kBitStep - 1) / kBitStep * kBitStep)) return nullptr;
     std::shared_ptr<const Table> t(built.release());
     std::lock_guard<std::mutex> guard(c.lock);
     // A shorter table for the same domain is replaced; otherwise the oldest slot.
@@ -148,12 +158,12 @@ std::shared_ptr<const Table> tableFor(const ENUM *p, const ENUM *g, uint32_t row
 
 void powFixedBase(ENUM *r, const ENUM *g, const ENUM *e, const ENUM *p) {
     // The table covers every word of e, so only e's length in words shows in the running time.
-    const uint32_t rows = uint32_t(e->length) * kWindowsPerWord;
+    const uint32_t bits = uint32_t(e->length) * 32, rows = rowsFor(bits);
     ENUM pm = *p, gm{0, g->length, g->words};
     bignum::trim(&pm), bignum::trim(&gm);
     std::shared_ptr<const Table> t;
-    if (e->length > 0 && uint32_t(e->length) * 32 <= kMaxBits && (pm.words[0] & 1) != 0 && pm.sign == 0)
-        t = tableFor(&pm, &gm, rows, false);
+    if (e->length > 0 && bits <= kMaxBits && (pm.words[0] & 1) != 0 && pm.sign == 0)
+        t = tableFor(&pm, &gm, bits, false);
     if (!t) {
         powSecret(r, g, e, p);
         return;
@@ -163,7 +173,7 @@ void powFixedBase(ENUM *r, const ENUM *g, const ENUM *e, const ENUM *p) {
     u64 acc[kMaxLimbs], pick[kMaxLimbs];
     // Every entry of the row is read and the wanted one kept by masks.
     auto select = [&](uint32_t row, u64 *out) {
-        const uint32_t digit = (e->words[row / kWindowsPerWord] >> (kWidth * (row % kWindowsPerWord))) & (kEntries - 1);
+        const uint32_t digit = digitAt(e, row);
         for (int i = 0; i < n; i++) out[i] = 0;
         for (uint32_t j = 0; j < kEntries; j++) {
             const u64 mask = equalMask(j, digit);
@@ -184,13 +194,12 @@ void powFixedBase(ENUM *r, const ENUM *g, const ENUM *e, const ENUM *p) {
 bool mulFixedBasePublic(u64 *acc, const ENUM *base, const ENUM *e, const ENUM *p) {
     const uint32_t bits = bignum::bitLength(e);
     if (bits == 0 || bits > kMaxBits) return false;
-    const uint32_t rows = (bits + kWidth - 1) / kWidth;
     ENUM bm{0, base->length, base->words};
     bignum::trim(&bm);
-    std::shared_ptr<const Table> t = tableFor(p, &bm, rows, true);
+    std::shared_ptr<const Table> t = tableFor(p, &bm, bits, true);
     if (!t) return false;
-    for (uint32_t row = 0; row < rows; row++) {
-        const uint32_t digit = (e->words[row / kWindowsPerWord] >> (kWidth * (row % kWindowsPerWord))) & (kEntries - 1);
+    for (uint32_t row = 0; row < rowsFor(bits); row++) {
+        const uint32_t digit = digitAt(e, row);
         if (digit != 0) t->mt.mul(acc, acc, t->entry(row, digit));
     }
     return true;
