@@ -162,7 +162,7 @@ void powFixedBase(ENUM *r, const ENUM *g, const ENUM *e, const ENUM *p) {
     ENUM pm = *p, gm{0, g->length, g->words};
     bignum::trim(&pm), bignum::trim(&gm);
     std::shared_ptr<const Table> t;
-    if (e->length > 0 && bits <= kMaxBits && (pm.words[0] & 1) != 0 && pm.sign == 0)
+    if (e->length > 0 && bits <= kMaxBits && pm.length > 0 && (pm.words[0] & 1) != 0 && pm.sign == 0)
         t = tableFor(&pm, &gm, bits, false);
     if (!t) {
         powSecret(r, g, e, p);
