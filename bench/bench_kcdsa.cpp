@@ -67,6 +67,13 @@ struct Domain {
         mpz_clears(m, t, nullptr);
         gmp_randclear(rs);
     }
+    // Another key of d's domain, x drawn from rs.
+    Domain(const Domain &d, gmp_randstate_t rs) {
+        mpz_inits(x, y, nullptr);
+        mpz_init_set(p, d.p), mpz_init_set(q, d.q), mpz_init_set(g, d.g);
+        mpz_urandomm(x, rs, q);
+        mpz_powm(y, g, x, p);
+    }
     ~Domain() { mpz_clears(p, q, g, x, y, nullptr); }
 };
 
@@ -188,6 +195,68 @@ void dsaOpenSsl(benchmark::State &state, bool verify) {
     EVP_PKEY_free(key);
 }
 
+// Verification under 16 keys of one domain in turn: more keys than the verifier remembers, so
+// each verification meets a key it has no table for (a server checking many signers).
+constexpr int kKeys = 16;
+
+struct ManyKeys {
+    std::vector<std::unique_ptr<DsaKey>> ours;
+    std::vector<EVP_PKEY *> theirs;
+    std::vector<Bytes> sigs;
+    explicit ManyKeys(const Domain &d) {
+        gmp_randstate_t rs;
+        gmp_randinit_mt(rs);
+        gmp_randseed_ui(rs, 77);
+        const Bytes h = digestFor(d);
+        for (int i = 0; i < kKeys; i++) {
+            const Domain k(d, rs);
+            ours.push_back(dsaKey(k));
+            theirs.push_back(opensslDsa(k));
+            Bytes sig(128);
+            uint32_t n = 0;
+            E_DSA_Sign(h.data(), uint32_t(h.size()), sig.data(), &n, ours.back().get());
+            sig.resize(n);
+            sigs.push_back(sig);
+        }
+        gmp_randclear(rs);
+    }
+    ~ManyKeys() {
+        for (EVP_PKEY *k : theirs) EVP_PKEY_free(k);
+    }
+};
+
+void dsaVerifyKeysOurs(benchmark::State &state) {
+    const Domain &d = domain(2048, 256);
+    static ManyKeys keys(d);
+    const Bytes h = digestFor(d);
+    int i = 0;
+    for (auto _ : state) {
+        const Bytes &sig = keys.sigs[size_t(i)];
+        if (E_DSA_Verify(h.data(), uint32_t(h.size()), sig.data(), uint32_t(sig.size()), keys.ours[size_t(i)].get()) != 1)
+            state.SkipWithError("signature does not verify");
+        i = (i + 1) % kKeys;
+    }
+}
+
+void dsaVerifyKeysOpenSsl(benchmark::State &state) {
+    const Domain &d = domain(2048, 256);
+    static ManyKeys keys(d);
+    const Bytes h = digestFor(d);
+    std::vector<EVP_PKEY_CTX *> ctx;
+    for (EVP_PKEY *k : keys.theirs) {
+        ctx.push_back(EVP_PKEY_CTX_new(k, nullptr));
+        EVP_PKEY_verify_init(ctx.back());
+    }
+    int i = 0;
+    for (auto _ : state) {
+        const Bytes &sig = keys.sigs[size_t(i)];
+        if (EVP_PKEY_verify(ctx[size_t(i)], sig.data(), sig.size(), h.data(), h.size()) != 1)
+            state.SkipWithError("signature does not verify");
+        i = (i + 1) % kKeys;
+    }
+    for (EVP_PKEY_CTX *c : ctx) EVP_PKEY_CTX_free(c);
+}
+
 void dsaSignOpenSsl(benchmark::State &state) { dsaOpenSsl(state, false); }
 void dsaVerifyOpenSsl(benchmark::State &state) { dsaOpenSsl(state, true); }
 
@@ -263,6 +332,8 @@ const bool registered = [] {
     benchmark::RegisterBenchmark("dsa_sign/openssl", dsaSignOpenSsl)->Arg(2048)->Unit(us);
     benchmark::RegisterBenchmark("dsa_verify/ours", dsaVerifyOurs)->Arg(2048)->Unit(us);
     benchmark::RegisterBenchmark("dsa_verify/openssl", dsaVerifyOpenSsl)->Arg(2048)->Unit(us);
+    benchmark::RegisterBenchmark("dsa_verify_16keys/ours", dsaVerifyKeysOurs)->Unit(us);
+    benchmark::RegisterBenchmark("dsa_verify_16keys/openssl", dsaVerifyKeysOpenSsl)->Unit(us);
     benchmark::RegisterBenchmark("dh2048/ours", dhOurs)->Unit(us);
     benchmark::RegisterBenchmark("dh2048/openssl", dhOpenSsl)->Unit(us);
     return true;

@@ -33,6 +33,10 @@ bool paramSizesFit(uint32_t pBits, uint32_t qBits);
 // through one of these. powSecret runs in constant time for private keys and nonces.
 void powSecret(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *p);
 void powPublic(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *p);
+// r = g^e mod p, the same value as powSecret and as constant-time, for a g used again and again
+// (the signers' generator): the first call for a (p, g) builds a table of g's powers, kept in a
+// small cache shared by all threads, and later calls need no squarings.
+void powFixedBase(ENUM *r, const ENUM *g, const ENUM *e, const ENUM *p);
 // r = a^e1 * b^e2 mod p with public exponents (verification).
 void powPublic2(ENUM *r, const ENUM *a, const ENUM *e1, const ENUM *b, const ENUM *e2, const ENUM *p);
 

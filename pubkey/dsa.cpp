@@ -58,7 +58,7 @@ int32_t E_DSA_Sign(const uint8_t *h, uint32_t hLen, uint8_t *sig, uint32_t *sigL
     do {
         // k is used as drawn, not reduced: g has order q, so g^k and k^-1 mod q only see k mod q.
         dl::drawNonce(k.get(), &key->q);
-        dl::powSecret(W.get(), &key->g, k.get(), &key->p);
+        dl::powFixedBase(W.get(), &key->g, k.get(), &key->p);
         EN_Mod(r, W.get(), &key->q);
         EN_Mul(xr.get(), &key->x, r);
         EN_Add(t.get(), xr.get(), m.get());

@@ -54,7 +54,7 @@ void signReady(const uint8_t *h, uint32_t hLen, const KcdsaKey *key, bool magnit
     do {
         dl::drawNonce(k, &key->q);
         EN_Mod(k, k, &key->q);
-        dl::powSecret(W.get(), &key->g, k, &key->p);
+        dl::powFixedBase(W.get(), &key->g, k, &key->p);
         hashWork(work, W.get());
         std::memcpy(r, work, hLen);
         for (uint32_t i = 0; i < hLen; i++) work[i] ^= h[i];
@@ -125,7 +125,7 @@ bool messageHash(uint32_t id, const uint8_t *a, uint32_t aLen, const uint8_t *b,
 void publicFromPrivate(ENUM *y, const KcdsaKey *key) {
     Temp u;
     EN_Mod_Inv(u.get(), &key->x, &key->q);
-    dl::powSecret(y, &key->g, u.get(), &key->p);
+    dl::powFixedBase(y, &key->g, u.get(), &key->p);
     vc::secure_wipe_object(u.w);
 }
 
@@ -199,7 +199,7 @@ int32_t E_KCDSA_Sign_New(uint32_t hashAlg, const uint8_t *msg, uint32_t msgLen, 
     do {
         dl::drawNonce(k.get(), &key->q);
         EN_Mod(k.get(), k.get(), &key->q);
-        dl::powSecret(W.get(), &key->g, k.get(), &key->p);
+        dl::powFixedBase(W.get(), &key->g, k.get(), &key->p);
         newHashes(hashAlg, W.get(), hv, &key->q, r, e.get());
         EN_Mod_Sub(d.get(), k.get(), e.get(), &key->q);
         EN_Mod_Mul(s.get(), &key->x, d.get(), &key->q);
