@@ -30,29 +30,40 @@ struct Job {
     const Mont *mt;
 };
 
+// (x y) mod 2^52 and (x y) >> 52 for digits x, y: the two halves IFMA adds.
+inline u64 lo52(u64 x, u64 y) { return (x * y) & kMask; }
+inline u64 hi52(u64 x, u64 y) { return u64((u128(x) * y) >> 52); }
+
 // The L products of jobs side by side, each modulus V vectors wide; r may be a or b.
+//
+// Each round adds the low halves, moves the lanes down one digit (the lowest one, now a
+// multiple of 2^52, passes its carry on) and adds the high halves. q of the next round depends
+// only on the new lowest lane, which is also worked out in scalar registers from lane 1 at the
+// start of the round; the vector lanes then stay off the serial path from one q to the next.
 template <int V, int L>
 VC_IFMA inline void amm(const Job *jobs, int k) {
     __m512i A[L][V], M[L][V], R[L][V];
     const __m512i zero = _mm512_setzero_si512();
-    u64 a0[L], m0[L], k0[L];
+    u64 a0[L], a1[L], m0[L], m1[L], k0[L], low[L];
     for (int l = 0; l < L; l++) {
         for (int j = 0; j < V; j++) {
             A[l][j] = _mm512_loadu_si512(jobs[l].a + 8 * j);
             M[l][j] = _mm512_load_si512(jobs[l].mt->m + 8 * j);
             R[l][j] = zero;
         }
-        a0[l] = jobs[l].a[0];
-        m0[l] = jobs[l].mt->m[0];
+        a0[l] = jobs[l].a[0], a1[l] = jobs[l].a[1];
+        m0[l] = jobs[l].mt->m[0], m1[l] = jobs[l].mt->m[1];
         k0[l] = jobs[l].mt->k0;
+        low[l] = 0;  // lane 0 of R
     }
     for (int i = 0; i < k; i++) {
         for (int l = 0; l < L; l++) {
             const u64 bi = jobs[l].b[i];
-            // The lowest lane's new value, worked out in a scalar register to pick q early.
-            const u64 t = u64(_mm_cvtsi128_si64(_mm512_castsi512_si128(R[l][0]))) + ((a0[l] * bi) & kMask);
+            const u64 lane1 = u64(_mm_extract_epi64(_mm512_castsi512_si128(R[l][0]), 1));
+            const u64 t = low[l] + lo52(a0[l], bi);
             const u64 q = (t * k0[l]) & kMask;
-            const u64 carry = (t + ((m0[l] * q) & kMask)) >> 52;
+            const u64 carry = (t + lo52(m0[l], q)) >> 52;
+            low[l] = lane1 + lo52(a1[l], bi) + lo52(m1[l], q) + carry + hi52(a0[l], bi) + hi52(m0[l], q);
             const __m512i B = _mm512_set1_epi64(i64(bi)), Q = _mm512_set1_epi64(i64(q));
             for (int j = 0; j < V; j++) {
                 R[l][j] = _mm512_madd52lo_epu64(R[l][j], A[l][j], B);
