@@ -139,8 +139,10 @@ Mont::Mont(const u64 *mod, int limbs, u64 n0) : n(limbs), mLimbs(mod), k0(n0 & k
 }
 
 void Mont::start(u64 *one, u64 *x, const u64 *base, const ENUM *mod) const {
-    Temp big, q, rem;  // R^2 mod m by one division
-    const int bit = 104 * k;
+    // R^2 = R 2^(52 k): write 52 k = s 2^t with s odd, divide only for R 2^s (a quotient of a
+    // few dozen bits), then square t times, each product taking R 2^u to R 2^(2u).
+    const int t = __builtin_ctz(unsigned(52 * k)), s = (52 * k) >> t, bit = 52 * k + s;
+    Temp big, q, rem;
     big->length = bit / 32 + 1;
     big->words[bit / 32] = uint32_t(1) << (bit % 32);
     EN_Div(q.get(), rem.get(), big.get(), mod);
@@ -148,6 +150,7 @@ void Mont::start(u64 *one, u64 *x, const u64 *base, const ENUM *mod) const {
     toLimbs(limbs, rem->words, rem->length, n);
     alignas(64) u64 rr[kWords], unit[kWords] = {1};
     toDigits(rr, limbs, n);
+    for (int i = 0; i < t; i++) mul(rr, rr, rr);
     mul(one, rr, unit);
     toDigits(x, base, n);
     mul(x, x, rr);
