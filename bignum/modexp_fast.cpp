@@ -197,12 +197,14 @@ struct Mont {
         big->words[2 * n] = 1;
         EN_Div(q.get(), rem.get(), big.get(), mod);
         toLimbs(one, rem->words, rem->length, n);
+        secure_wipe(rem.w, sizeof rem.w);
         if (4 * n + 1 <= kTempWords) {  // R^2 itself fits a temporary: one division
             big->words[2 * n] = 0;
             big->length = 4 * n + 1;
             big->words[4 * n] = 1;
             EN_Div(q.get(), rem.get(), big.get(), mod);
             toLimbs(rr, rem->words, rem->length, n);
+            secure_wipe(rem.w, sizeof rem.w);
             return;
         }
         const uint32_t target = uint32_t(64 * n);
@@ -261,6 +263,7 @@ struct LimbMont : Mont {
         u64 rr[kMaxLimbs];
         constants(one, rr, mod);
         mul(x, base, rr);
+        secure_wipe(rr, sizeof rr);  // with R, a multiple of a secret modulus
     }
     void finish(u64 *limbs, const u64 *x) const { fromMont(limbs, x); }
     const u64 *limbs() const { return m; }
@@ -373,22 +376,26 @@ void allowIfma(bool on) { ifma::allow(on); }
 
 void modExpSecret(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *m) {
     assert(m->length > 0 && m->length <= kMaxModWords);
-    const LimbMont mt(m);
+    LimbMont mt(m);
     u64 base[kMaxLimbs], out[kMaxLimbs];
     if (!prepare(r, a, e, m, base, mt.n, true)) return;
-    if (ifma::usable(mt.n))
-        secretOne(out, ifma::Mont(mt.m, mt.n, mt.n0), base, e, m);
-    else
+    if (ifma::usable(mt.n)) {
+        ifma::Mont im(mt.m, mt.n, mt.n0);
+        secretOne(out, im, base, e, m);
+        secure_wipe(&im, sizeof im);
+    } else {
         secretOne(out, mt, base, e, m);
+    }
     store(r, out, m);
     secure_wipe(out, sizeof out);
     secure_wipe(base, sizeof base);
+    secure_wipe(&mt, sizeof mt);
 }
 
 void modExpSecret2(ENUM *r1, const ENUM *a1, const ENUM *e1, const ENUM *m1, ENUM *r2, const ENUM *a2,
                    const ENUM *e2, const ENUM *m2) {
     assert(m1->length > 0 && m1->length <= kMaxModWords && m2->length > 0 && m2->length <= kMaxModWords);
-    const LimbMont lm[2] = {LimbMont(m1), LimbMont(m2)};
+    LimbMont lm[2] = {LimbMont(m1), LimbMont(m2)};
     if (lm[0].n != lm[1].n || !ifma::usable(lm[0].n) || isZero(e1) || isZero(e2) || (m1->words[0] & 1) == 0 ||
         (m2->words[0] & 1) == 0) {
         modExpSecret(r1, a1, e1, m1);
@@ -399,7 +406,7 @@ void modExpSecret2(ENUM *r1, const ENUM *a1, const ENUM *e1, const ENUM *m1, ENU
     u64 base[2][kMaxLimbs], out[2][kMaxLimbs];
     prepare(r1, a1, e1, m1, base[0], n, true);
     prepare(r2, a2, e2, m2, base[1], n, true);
-    const ifma::Mont im[2] = {ifma::Mont(lm[0].m, n, lm[0].n0), ifma::Mont(lm[1].m, n, lm[1].n0)};
+    ifma::Mont im[2] = {ifma::Mont(lm[0].m, n, lm[0].n0), ifma::Mont(lm[1].m, n, lm[1].n0)};
     const ENUM *e[2] = {e1, e2}, *m[2] = {m1, m2};
     fixedWindows<2>(out, im, base, e, m, [&im](u64 *const *r, u64 *const *a, u64 *const *b) {
         ifma::mul2(r[0], a[0], b[0], im[0], r[1], a[1], b[1], im[1]);
@@ -408,6 +415,8 @@ void modExpSecret2(ENUM *r1, const ENUM *a1, const ENUM *e1, const ENUM *m1, ENU
     store(r2, out[1], m2);
     secure_wipe(out, sizeof out);
     secure_wipe(base, sizeof base);
+    secure_wipe(im, sizeof im);
+    secure_wipe(lm, sizeof lm);
 }
 
 void modExpPublic(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *m) {

@@ -19,7 +19,7 @@ void modExpSecret(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *m);
 
 // r1 = a1^e1 mod m1 and r2 = a2^e2 mod m2 with the guarantees of modExpSecret; when both moduli
 // have the same limb count the two run interleaved (the halves of an RSA private operation).
-// r1 and r2 are distinct records.
+// r1 and r2 are distinct records and r1 is not a2.
 void modExpSecret2(ENUM *r1, const ENUM *a1, const ENUM *e1, const ENUM *m1, ENUM *r2, const ENUM *a2,
                    const ENUM *e2, const ENUM *m2);
 

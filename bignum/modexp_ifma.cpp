@@ -9,6 +9,7 @@
 #include <atomic>
 
 #include "common/cpu.h"
+#include "common/wipe.h"
 
 // GCC 12 reports its own intrinsics' deliberately undefined pass-through operands
 // (_mm_undefined_si128 and kin) as possibly uninitialised once they are inlined here.
@@ -154,6 +155,11 @@ void Mont::start(u64 *one, u64 *x, const u64 *base, const ENUM *mod) const {
     mul(one, rr, unit);
     toDigits(x, base, n);
     mul(x, x, rr);
+    // R^2 mod m would give away a secret modulus (the factors of an RSA key).
+    secure_wipe(rr, sizeof rr);
+    secure_wipe(limbs, sizeof limbs);
+    secure_wipe(q.w, sizeof q.w);
+    secure_wipe(rem.w, sizeof rem.w);
 }
 
 void Mont::finish(u64 *limbs, const u64 *x) const {
