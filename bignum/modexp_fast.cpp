@@ -4,6 +4,9 @@
 #include "bignum/modexp_fast.h"
 
 #include "bignum/bn_internal.h"
+#include "bignum/modexp_ifma.h"
+
+#include <algorithm>
 #include "common/wipe.h"
 
 namespace vc::bignum {
@@ -194,12 +197,14 @@ struct Mont {
         big->words[2 * n] = 1;
         EN_Div(q.get(), rem.get(), big.get(), mod);
         toLimbs(one, rem->words, rem->length, n);
+        secure_wipe(rem.w, sizeof rem.w);
         if (4 * n + 1 <= kTempWords) {  // R^2 itself fits a temporary: one division
             big->words[2 * n] = 0;
             big->length = 4 * n + 1;
             big->words[4 * n] = 1;
             EN_Div(q.get(), rem.get(), big.get(), mod);
             toLimbs(rr, rem->words, rem->length, n);
+            secure_wipe(rem.w, sizeof rem.w);
             return;
         }
         const uint32_t target = uint32_t(64 * n);
@@ -246,81 +251,102 @@ bool prepare(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *mod, u64 *base, 
     return true;
 }
 
-}  // namespace
 
-void modExpSecret(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *m) {
-    assert(m->length > 0 && m->length <= kMaxModWords);
-    const Mont mt(m);
-    const int n = mt.n;
-    u64 base[kMaxLimbs];
-    if (!prepare(r, a, e, m, base, n, true)) return;
-    const uint32_t bits = uint32_t(e->length) * 32;
-    const int w = bits >= 512 ? 5 : bits >= 128 ? 4 : bits >= 32 ? 3 : 2;
-    const int entries = 1 << w;
-    u64 one[kMaxLimbs], rr[kMaxLimbs];
-    mt.constants(one, rr, m);
-    // table[i] = a^i in Montgomery form.
-    u64 table[32][kMaxLimbs];
-    for (int i = 0; i < n; i++) table[0][i] = one[i];
-    mt.mul(table[1], base, rr);
-    for (int i = 2; i < entries; i++) mt.mul(table[i], table[i - 1], table[1]);
+// Elements of either engine: 64-bit limbs (up to 38) or 52-bit digit vectors (40 words).
+constexpr int kElem = ifma::kWords > kMaxLimbs ? ifma::kWords : kMaxLimbs;
+using Elem = u64[kElem];
 
-    auto window = [e](uint32_t pos, int width) {  // bits pos .. pos + width - 1 of e
-        uint32_t v = 0;
-        for (int i = width - 1; i >= 0; i--) {
-            const uint32_t b = pos + uint32_t(i);
-            v = (v << 1) | (b < uint32_t(e->length) * 32 ? (e->words[b / 32] >> (b % 32)) & 1 : 0);
-        }
-        return v;
-    };
-    u64 acc[kMaxLimbs], pick[kMaxLimbs];
-    auto select = [&](uint32_t index) {
+// The 64-bit limb engine in the shape of ifma::Mont.
+struct LimbMont : Mont {
+    using Mont::Mont;
+    void start(u64 *one, u64 *x, const u64 *base, const ENUM *mod) const {
+        u64 rr[kMaxLimbs];
+        constants(one, rr, mod);
+        mul(x, base, rr);
+        secure_wipe(rr, sizeof rr);  // with R, a multiple of a secret modulus
+    }
+    void finish(u64 *limbs, const u64 *x) const { fromMont(limbs, x); }
+    const u64 *limbs() const { return m; }
+    void select(u64 *pick, const Elem *table, int entries, u64 index) const {
         for (int i = 0; i < n; i++) pick[i] = 0;
         for (int j = 0; j < entries; j++) {
             const u64 mask = equalMask(u64(j), index);
             for (int i = 0; i < n; i++) pick[i] |= table[j][i] & mask;
         }
+    }
+};
+
+// Fixed windows for L exponentiations at once (L = 2: the halves of an RSA private operation),
+// mulAll(r, a, b) doing the L products r[l] = a[l] b[l]. out[l] = base[l]^e[l] as limbs below
+// m[l]. Every lane runs the windows of the longest exponent (zero windows pick a^0).
+template <int L, class Engine, class MulAll>
+void fixedWindows(u64 (*out)[kMaxLimbs], const Engine *eng, u64 (*base)[kMaxLimbs], const ENUM *const *e,
+                  const ENUM *const *m, MulAll mulAll) {
+    uint32_t bits = 0;
+    for (int l = 0; l < L; l++) bits = std::max(bits, uint32_t(e[l]->length) * 32);
+    const int w = bits >= 512 ? 5 : bits >= 128 ? 4 : bits >= 32 ? 3 : 2;
+    const int entries = 1 << w;
+    // table[l][i] = a^i in Montgomery form.
+    alignas(64) Elem table[L][32];
+    alignas(64) Elem acc[L], pick[L];
+    u64 *accP[L], *pickP[L], *t1[L];
+    for (int l = 0; l < L; l++) {
+        eng[l].start(table[l][0], table[l][1], base[l], m[l]);
+        accP[l] = acc[l], pickP[l] = pick[l], t1[l] = table[l][1];
+    }
+    for (int i = 2; i < entries; i++) {
+        u64 *ti[L], *prev[L];
+        for (int l = 0; l < L; l++) ti[l] = table[l][i], prev[l] = table[l][i - 1];
+        mulAll(ti, prev, t1);
+    }
+    auto window = [&e](int l, uint32_t pos, int width) {  // bits pos .. pos + width - 1 of e[l]
+        uint32_t v = 0;
+        for (int i = width - 1; i >= 0; i--) {
+            const uint32_t b = pos + uint32_t(i);
+            v = (v << 1) | (b < uint32_t(e[l]->length) * 32 ? (e[l]->words[b / 32] >> (b % 32)) & 1 : 0);
+        }
+        return v;
     };
     // Windows from the top; the first one may be narrower.
     uint32_t pos = bits - bits % uint32_t(w);
     if (pos == bits) pos -= uint32_t(w);
-    select(window(pos, int(bits - pos)));
-    for (int i = 0; i < n; i++) acc[i] = pick[i];
+    for (int l = 0; l < L; l++) eng[l].select(acc[l], table[l], entries, window(l, pos, int(bits - pos)));
     while (pos > 0) {
         pos -= uint32_t(w);
-        for (int k = 0; k < w; k++) mt.sqr(acc, acc);
-        select(window(pos, w));
-        mt.mul(acc, acc, pick);
+        for (int k = 0; k < w; k++) mulAll(accP, accP, accP);
+        for (int l = 0; l < L; l++) eng[l].select(pick[l], table[l], entries, window(l, pos, w));
+        mulAll(accP, accP, pickP);
     }
-    mt.fromMont(acc, acc);
-    store(r, acc, m);
-    secure_wipe(table, sizeof(table[0]) * size_t(entries));
+    for (int l = 0; l < L; l++) {
+        eng[l].finish(out[l], acc[l]);
+        subtractIfAtLeast(out[l], out[l], 0, eng[l].limbs(), eng[l].n);
+    }
+    secure_wipe(table, sizeof table);
     secure_wipe(acc, sizeof acc);
     secure_wipe(pick, sizeof pick);
-    secure_wipe(base, sizeof base);
 }
 
-void modExpPublic(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *m) {
-    assert(m->length > 0 && m->length <= kMaxModWords);
-    const Mont mt(m);
-    const int n = mt.n;
-    u64 base[kMaxLimbs];
-    if (!prepare(r, a, e, m, base, n, false)) return;
+template <class Engine>
+void secretOne(u64 *out, const Engine &eng, u64 *base, const ENUM *e, const ENUM *m) {
+    fixedWindows<1>(reinterpret_cast<u64(*)[kMaxLimbs]>(out), &eng, reinterpret_cast<u64(*)[kMaxLimbs]>(base), &e,
+                    &m, [&eng](u64 *const *r, u64 *const *a, u64 *const *b) { eng.mul(r[0], a[0], b[0]); });
+}
+
+// Sliding windows over the bits of e; out = base^e as limbs below m.
+template <class Engine>
+void slidingWindows(u64 *out, const Engine &eng, const u64 *base, const ENUM *e, const ENUM *m) {
     const int32_t bits = int32_t(bitLength(e));
     const int w = bits >= 256 ? 5 : bits >= 128 ? 4 : bits >= 18 ? 3 : 1;
-    u64 one[kMaxLimbs], rr[kMaxLimbs];
-    mt.constants(one, rr, m);
     // odd[i] = a^(2i + 1) in Montgomery form.
-    u64 odd[16][kMaxLimbs], sq[kMaxLimbs];
-    mt.mul(odd[0], base, rr);
-    mt.sqr(sq, odd[0]);
-    for (int i = 1; i < (1 << (w - 1)); i++) mt.mul(odd[i], odd[i - 1], sq);
+    alignas(64) Elem odd[16], sq, acc = {};
+    eng.start(acc, odd[0], base, m);
+    eng.sqr(sq, odd[0]);
+    for (int i = 1; i < (1 << (w - 1)); i++) eng.mul(odd[i], odd[i - 1], sq);
 
-    u64 acc[kMaxLimbs] = {};
     bool started = false;  // the first window sets acc instead of multiplying into it
     for (int32_t p = bits - 1; p >= 0;) {
         if (!EN_IsBitSet(e, p)) {
-            mt.sqr(acc, acc);
+            eng.sqr(acc, acc);
             p--;
             continue;
         }
@@ -329,19 +355,80 @@ void modExpPublic(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *m) {
         while (!EN_IsBitSet(e, low)) low++;
         uint32_t v = 0;
         for (int32_t i = p; i >= low; i--) {
-            if (started) mt.sqr(acc, acc);
+            if (started) eng.sqr(acc, acc);
             v = (v << 1) | uint32_t(EN_IsBitSet(e, i));
         }
         if (started) {
-            mt.mul(acc, acc, odd[v / 2]);
+            eng.mul(acc, acc, odd[v / 2]);
         } else {
-            for (int i = 0; i < n; i++) acc[i] = odd[v / 2][i];
+            for (int i = 0; i < kElem; i++) acc[i] = odd[v / 2][i];
             started = true;
         }
         p = low - 1;
     }
-    mt.fromMont(acc, acc);
-    store(r, acc, m);
+    eng.finish(out, acc);
+    subtractIfAtLeast(out, out, 0, eng.limbs(), eng.n);
+}
+
+}  // namespace
+
+void allowIfma(bool on) { ifma::allow(on); }
+
+void modExpSecret(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *m) {
+    assert(m->length > 0 && m->length <= kMaxModWords);
+    LimbMont mt(m);
+    u64 base[kMaxLimbs], out[kMaxLimbs];
+    if (!prepare(r, a, e, m, base, mt.n, true)) return;
+    if (ifma::usable(mt.n)) {
+        ifma::Mont im(mt.m, mt.n, mt.n0);
+        secretOne(out, im, base, e, m);
+        secure_wipe(&im, sizeof im);
+    } else {
+        secretOne(out, mt, base, e, m);
+    }
+    store(r, out, m);
+    secure_wipe(out, sizeof out);
+    secure_wipe(base, sizeof base);
+    secure_wipe(&mt, sizeof mt);
+}
+
+void modExpSecret2(ENUM *r1, const ENUM *a1, const ENUM *e1, const ENUM *m1, ENUM *r2, const ENUM *a2,
+                   const ENUM *e2, const ENUM *m2) {
+    assert(m1->length > 0 && m1->length <= kMaxModWords && m2->length > 0 && m2->length <= kMaxModWords);
+    LimbMont lm[2] = {LimbMont(m1), LimbMont(m2)};
+    if (lm[0].n != lm[1].n || !ifma::usable(lm[0].n) || isZero(e1) || isZero(e2) || (m1->words[0] & 1) == 0 ||
+        (m2->words[0] & 1) == 0) {
+        modExpSecret(r1, a1, e1, m1);
+        modExpSecret(r2, a2, e2, m2);
+        return;
+    }
+    const int n = lm[0].n;
+    u64 base[2][kMaxLimbs], out[2][kMaxLimbs];
+    prepare(r1, a1, e1, m1, base[0], n, true);
+    prepare(r2, a2, e2, m2, base[1], n, true);
+    ifma::Mont im[2] = {ifma::Mont(lm[0].m, n, lm[0].n0), ifma::Mont(lm[1].m, n, lm[1].n0)};
+    const ENUM *e[2] = {e1, e2}, *m[2] = {m1, m2};
+    fixedWindows<2>(out, im, base, e, m, [&im](u64 *const *r, u64 *const *a, u64 *const *b) {
+        ifma::mul2(r[0], a[0], b[0], im[0], r[1], a[1], b[1], im[1]);
+    });
+    store(r1, out[0], m1);
+    store(r2, out[1], m2);
+    secure_wipe(out, sizeof out);
+    secure_wipe(base, sizeof base);
+    secure_wipe(im, sizeof im);
+    secure_wipe(lm, sizeof lm);
+}
+
+void modExpPublic(ENUM *r, const ENUM *a, const ENUM *e, const ENUM *m) {
+    assert(m->length > 0 && m->length <= kMaxModWords);
+    const LimbMont mt(m);
+    u64 base[kMaxLimbs], out[kMaxLimbs];
+    if (!prepare(r, a, e, m, base, mt.n, false)) return;
+    if (ifma::usable(mt.n))
+        slidingWindows(out, ifma::Mont(mt.m, mt.n, mt.n0), base, e, m);
+    else
+        slidingWindows(out, mt, base, e, m);
+    store(r, out, m);
 }
 
 }  // namespace vc::bignum

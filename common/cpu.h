@@ -9,6 +9,7 @@ namespace vc {
 
 struct CpuFeatures {
     bool ssse3, sse41, avx, avx2, bmi2, avx512f, avx512vl;
+    bool avx512ifma;  // 52-bit multiply-add, for big-number Montgomery products
     bool sha;        // SHA-1 and SHA-256 instructions (with SSSE3 and SSE4.1 beside them)
     bool pclmulqdq;  // carry-less multiplication
     bool aesni;
@@ -26,6 +27,7 @@ inline CpuFeatures detectCpuFeatures() {
     f.bmi2 = __builtin_cpu_supports("bmi2");
     f.avx512f = __builtin_cpu_supports("avx512f");
     f.avx512vl = __builtin_cpu_supports("avx512vl");
+    f.avx512ifma = __builtin_cpu_supports("avx512ifma");
     f.pclmulqdq = __builtin_cpu_supports("pclmul");
     f.aesni = __builtin_cpu_supports("aes");
     unsigned a, b, c, d;

@@ -92,8 +92,7 @@ bool privateOp(ENUM *r, const ENUM *c, const RsaKey *key, Crt mode) {
     }
     if (mode == Crt::kChecked && !qInvConsistent(key)) return false;
     Temp m1, m2;
-    bignum::modExpSecret(m1.get(), c, &key->dP, &key->p);
-    bignum::modExpSecret(m2.get(), c, &key->dQ, &key->q);
+    bignum::modExpSecret2(m1.get(), c, &key->dP, &key->p, m2.get(), c, &key->dQ, &key->q);
     garner(r, m1.get(), m2.get(), key);
     secure_wipe(m1.w, sizeof m1.w);
     secure_wipe(m2.w, sizeof m2.w);
