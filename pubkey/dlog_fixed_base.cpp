@@ -8,6 +8,7 @@
 
 #include <pthread.h>
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -65,6 +66,7 @@ struct Table {
     int32_t pLength, gLength;
     Mont mt;
     uint32_t bits = 0;              // the longest exponent covered
+    mutable std::atomic<uint32_t> refs{0};  // counted by TableRef
     std::unique_ptr<u64[]> powers;  // rowsFor(bits) x kEntries x n limbs, in Montgomery form
 
     Table(const ENUM *p, const ENUM *g, uint64_t h) : hash(h), pLength(p->length), gLength(g->length), mt(p) {
@@ -98,9 +100,35 @@ struct Table {
     }
 };
 
+// A counted reference to a table: the cache holds one and each exponentiation another, so a
+// table evicted while in use lives until its last user lets go. (std::shared_ptr would do the
+// same, but its control block's vtable would leave the library as an exported C++ name.)
+class TableRef {
+public:
+    TableRef() = default;
+    TableRef(std::nullptr_t) {}
+    explicit TableRef(const Table *t) : t_(t) {
+        if (t_ != nullptr) t_->refs.fetch_add(1, std::memory_order_relaxed);
+    }
+    TableRef(const TableRef &other) : TableRef(other.t_) {}
+    TableRef &operator=(const TableRef &other) {
+        TableRef copy(other);
+        std::swap(t_, copy.t_);
+        return *this;
+    }
+    ~TableRef() {
+        if (t_ != nullptr && t_->refs.fetch_sub(1, std::memory_order_acq_rel) == 1) delete t_;
+    }
+    const Table *operator->() const { return t_; }
+    explicit operator bool() const { return t_ != nullptr; }
+
+private:
+    const Table *t_ = nullptr;
+};
+
 struct Cache {
     std::mutex lock;
-    std::shared_ptr<const Table> slots[kCacheSlots];
+    TableRef slots[kCacheSlots];
     int next = 0;  // the slot replaced next, round robin
     uint64_t seen[kSeenSlots] = {};  // fingerprints of recent public-exponent requests
     int nextSeen = 0;
@@ -118,7 +146,7 @@ Cache &cache() {
 
 // A table for (p, g) covering exponents of `bits` bits, from the cache or newly built (then cached);
 // null when memory runs out, or when `onRepeat` and (p, g) was not asked for recently.
-std::shared_ptr<const Table> tableFor(const ENUM *p, const ENUM *g, uint32_t bits, bool onRepeat) {
+TableRef tableFor(const ENUM *p, const ENUM *g, uint32_t bits, bool onRepeat) {
     const uint64_t h = fingerprint(p, g);
     Cache &c = cache();
     int same = -1;
@@ -143,7 +171,7 @@ std::shared_ptr<const Table> tableFor(const ENUM *p, const ENUM *g, uint32_t bit
     }
     std::unique_ptr<Table> built(new (std::nothrow) Table(p, g, h));
     if (!built || !built->fill(p, g, (bits + kBitStep - 1) / kBitStep * kBitStep)) return nullptr;
-    std::shared_ptr<const Table> t(built.release());
+    const TableRef t(built.release());
     std::lock_guard<std::mutex> guard(c.lock);
     // A shorter table for the same domain is replaced; otherwise the oldest slot.
     if (same < 0 || !c.slots[same] || !c.slots[same]->matches(p, g, h)) {
@@ -161,7 +189,7 @@ void powFixedBase(ENUM *r, const ENUM *g, const ENUM *e, const ENUM *p) {
     const uint32_t bits = uint32_t(e->length) * 32, rows = rowsFor(bits);
     ENUM pm = *p, gm{0, g->length, g->words};
     bignum::trim(&pm), bignum::trim(&gm);
-    std::shared_ptr<const Table> t;
+    TableRef t;
     if (e->length > 0 && bits <= kMaxBits && pm.length > 0 && (pm.words[0] & 1) != 0 && pm.sign == 0)
         t = tableFor(&pm, &gm, bits, false);
     if (!t) {
@@ -196,7 +224,7 @@ bool mulFixedBasePublic(u64 *acc, const ENUM *base, const ENUM *e, const ENUM *p
     if (bits == 0 || bits > kMaxBits) return false;
     ENUM bm{0, base->length, base->words};
     bignum::trim(&bm);
-    std::shared_ptr<const Table> t = tableFor(p, &bm, bits, true);
+    TableRef t = tableFor(p, &bm, bits, true);
     if (!t) return false;
     for (uint32_t row = 0; row < rowsFor(bits); row++) {
         const uint32_t digit = digitAt(e, row);
