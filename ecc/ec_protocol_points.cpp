@@ -3,6 +3,7 @@
 #include "common/wipe.h"
 #include "ecc/binary_curve.h"
 #include "ecc/gf2m_point.h"
+#include "ecc/p160.h"
 #include "ecc/protocol_internal.h"
 #include "ecc/scalar_mul.h"
 
@@ -344,6 +345,19 @@ int jointMul(int curveId, const uint8_t u1[kOrderBytes], const uint8_t u2[kOrder
     if (!isBuiltInCurve(curveId)) return -4;
     // The scalars are public: their leading zero octets are left out, which shortens the
     // multiplications (their length in octets bounds the work).
+    // On curve 7 a key on the curve takes one joint pass of doublings (Shamir's trick); a point
+    // off the curve keeps the two separate products, whose affine sum differs from the joint one.
+    if (curveId == kPrimeCurveId && onCurve(curveId, q)) {
+        uint32_t w1[6], w2[6], words[12] = {}, result[12];
+        lowOctetsToWords(u1, kOrderBytes, w1);
+        lowOctetsToWords(u2, kOrderBytes, w2);
+        const Opaque8 in{pointBytes(curveId), const_cast<uint8_t *>(q)};
+        ZENOR_V1_opaque8ToECPoints(curveId, &in, words);
+        p160MulAddPublic(w1, w2, words, result);
+        Opaque8 o{0, out};
+        ZENOR_V1_ECPointsToopaque8(curveId, 1, result, &o);
+        return 0;
+    }
     const uint32_t skip1 = leadingZeros(u1, kOrderBytes), skip2 = leadingZeros(u2, kOrderBytes);
     uint8_t p1[kMaxPointBytes], p2[kMaxPointBytes];
     if (scalarMulBase(curveId, u1 + skip1, kOrderBytes - skip1, p1, false) != 0 ||

@@ -396,6 +396,36 @@ void p160MulBase(const uint32_t scalar[6], uint32_t bits, uint32_t result[12]) {
     secure_wipe(digits, sizeof digits);
 }
 
+void p160MulAddPublic(const uint32_t u1[6], const uint32_t u2[6], const uint32_t point[12],
+                      uint32_t result[12]) {
+    const BaseTable &base = baseTable();
+    Jac p, table[8];
+    const bool havePoint = load(point, p);
+    if (havePoint) multiples(table, p);
+    int8_t d1[kMaxDigits], d2[kMaxDigits];
+    const int count = boothDigits(u1, 192, d1);
+    boothDigits(u2, 192, d2);
+    Jac acc{kOne, kOne, Fe{}};
+    bool started = false;  // doublings of the point at infinity are skipped
+    for (int j = count - 1; j >= 0; j--) {
+        if (started)
+            for (int s = 0; s < 4; s++) dbl(acc, acc);
+        if (d1[j] != 0) {
+            Aff t = base.rows[0][(d1[j] < 0 ? -d1[j] : d1[j]) - 1];
+            if (d1[j] < 0) negateWhere(t.y, ~u64(0));
+            addMixed(acc, acc, t, 0);
+            started = true;
+        }
+        if (havePoint && d2[j] != 0) {
+            Jac t = table[(d2[j] < 0 ? -d2[j] : d2[j]) - 1];
+            if (d2[j] < 0) negateWhere(t.y, ~u64(0));
+            addFull(acc, acc, t);
+            started = true;
+        }
+    }
+    store(acc, result);
+}
+
 void p160PrepareBase() { (void)baseTable(); }
 
 }  // namespace vc::ecc

@@ -18,6 +18,11 @@ namespace vc::ecc {
 void p160Mul(const uint32_t point[12], const uint32_t scalar[6], uint32_t bits, uint32_t result[12]);
 // result = scalar * G.
 void p160MulBase(const uint32_t scalar[6], uint32_t bits, uint32_t result[12]);
+// result = u1 * G + u2 * point for public scalars (signature verification), in one pass of
+// doublings over both digit strings; variable time. For a point on the curve the result is the
+// affine sum of p160MulBase(u1) and p160Mul(point, u2).
+void p160MulAddPublic(const uint32_t u1[6], const uint32_t u2[6], const uint32_t point[12],
+                      uint32_t result[12]);
 // Builds the fixed-base table of G now (it is otherwise built on first use).
 void p160PrepareBase();
 
